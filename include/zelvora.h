@@ -1,0 +1,217 @@
+/*
+ * libZelvora: raw sensor frames to display pictures.
+ *
+ * The one public header of the library. It compiles as C99 and as C++ and
+ * declares every record, code and exported function. All sizes are signed
+ * 32-bit; every public operation returns a signed 32-bit status, 0 on success.
+ */
+#ifndef ZELVORA_H
+#define ZELVORA_H
+
+#include <stdint.h>
+
+#if defined(_WIN32)
+#define ZEL_API
+#else
+#define ZEL_API __attribute__((visibility("default")))
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ------------------------------------------------------------------------ */
+/* Pixel-format codes (GigE Vision) and statuses                             */
+/* ------------------------------------------------------------------------ */
+
+/* A GigE Vision pixel-format code as held by the handle and the dispatchers.
+ * Image records store the same codes in 32 bits. */
+typedef uint64_t ZelPixelType;
+
+enum {
+    /* monochrome input */
+    ZEL_PIX_MONO8 = 0x01080001,
+    ZEL_PIX_MONO10 = 0x01100003,
+    ZEL_PIX_MONO12 = 0x01100005,
+    ZEL_PIX_MONO14 = 0x01100025,
+    ZEL_PIX_MONO16 = 0x01100007,
+    ZEL_PIX_MONO10_PACKED = 0x010C0004,
+    ZEL_PIX_MONO12_PACKED = 0x010C0006,
+    /* Bayer GR */
+    ZEL_PIX_BAYER_GR8 = 0x01080008,
+    ZEL_PIX_BAYER_GR10 = 0x0110000C,
+    ZEL_PIX_BAYER_GR12 = 0x01100010,
+    ZEL_PIX_BAYER_GR16 = 0x0110002E,
+    ZEL_PIX_BAYER_GR10_PACKED = 0x010C0026,
+    ZEL_PIX_BAYER_GR12_PACKED = 0x010C002A,
+    /* Bayer RG */
+    ZEL_PIX_BAYER_RG8 = 0x01080009,
+    ZEL_PIX_BAYER_RG10 = 0x0110000D,
+    ZEL_PIX_BAYER_RG12 = 0x01100011,
+    ZEL_PIX_BAYER_RG16 = 0x0110002F,
+    ZEL_PIX_BAYER_RG10_PACKED = 0x010C0027,
+    ZEL_PIX_BAYER_RG12_PACKED = 0x010C002B,
+    /* Bayer GB */
+    ZEL_PIX_BAYER_GB8 = 0x0108000A,
+    ZEL_PIX_BAYER_GB10 = 0x0110000E,
+    ZEL_PIX_BAYER_GB12 = 0x01100012,
+    ZEL_PIX_BAYER_GB16 = 0x01100030,
+    ZEL_PIX_BAYER_GB10_PACKED = 0x010C0028,
+    ZEL_PIX_BAYER_GB12_PACKED = 0x010C002C,
+    /* Bayer BG */
+    ZEL_PIX_BAYER_BG8 = 0x0108000B,
+    ZEL_PIX_BAYER_BG10 = 0x0110000F,
+    ZEL_PIX_BAYER_BG12 = 0x01100013,
+    ZEL_PIX_BAYER_BG16 = 0x01100031,
+    ZEL_PIX_BAYER_BG10_PACKED = 0x010C0029,
+    ZEL_PIX_BAYER_BG12_PACKED = 0x010C002D,
+    /* output layouts */
+    ZEL_PIX_RGB8 = 0x02180014,
+    ZEL_PIX_BGR8 = 0x02180015,
+    ZEL_PIX_RGBA8 = 0x02200016,
+    ZEL_PIX_BGRA8 = 0x02200017,
+    ZEL_PIX_RGB8_PLANAR = 0x02180021,
+    ZEL_PIX_BGR8_PLANAR = 0x02180025 /* the library's own code for planar B, G, R */
+};
+
+/* Statuses. */
+enum {
+    ZEL_OK = 0,
+    errComputeFailed = -101,
+    errUnsupportedInput = -102,
+    errBadImageSize = -104,
+    errUnsupportedOutput = -107,
+    errInvalidParameter = -111,
+    errNoMemory = -117
+};
+
+/* Demosaicing methods. */
+enum {
+    ZEL_DEMOSAIC_NEAREST = 0,
+    ZEL_DEMOSAIC_BILINEAR = 1,
+    ZEL_DEMOSAIC_EDGE = 2
+};
+
+/* ------------------------------------------------------------------------ */
+/* Records                                                                   */
+/* ------------------------------------------------------------------------ */
+
+/* The handle's grow-only work buffer. */
+typedef struct ZelScratch {
+    uint8_t* data;    /* buffer from the general allocator, or null */
+    int32_t capacity; /* usable bytes of data; 0 when data is null */
+} ZelScratch;
+
+/* A preset parameter triple: written by zelInit, read by nothing. */
+typedef struct ZelPreset {
+    int32_t values[3];
+} ZelPreset;
+
+/* The processing handle. */
+typedef struct ZelHandle {
+    ZelPixelType outputFormat; /* layout zelDemosaicing writes; BGR8 by default */
+    uint8_t reserved[64];      /* never read or written by the library */
+    ZelPreset presets[3];
+    uint32_t spare[2]; /* cleared at creation */
+    ZelScratch scratch;
+} ZelHandle;
+
+/* An input or output frame. */
+typedef struct ZelImage {
+    int32_t height;       /* rows */
+    int32_t width;        /* pixels per row */
+    uint32_t pixelFormat; /* GigE Vision code */
+    uint8_t* data;        /* the caller's buffer */
+    int32_t stride;       /* bytes between row starts (input frames only) */
+} ZelImage;
+
+/* ------------------------------------------------------------------------ */
+/* Handle and output configuration                                           */
+/* ------------------------------------------------------------------------ */
+
+ZEL_API int32_t zelCreate(ZelHandle** handle);
+ZEL_API int32_t zelRelease(ZelHandle** handle);
+ZEL_API void zelInit(ZelHandle* handle);
+ZEL_API int32_t zelMemRealloc(ZelScratch* scratch, int32_t size);
+ZEL_API int32_t zelDemosaicGetConfig(ZelHandle* handle, ZelPixelType* format);
+ZEL_API int32_t zelDemosaicSetConfig(ZelHandle* handle, const ZelPixelType* format);
+
+/* ------------------------------------------------------------------------ */
+/* Input classification and reduction to 8 bits                              */
+/* ------------------------------------------------------------------------ */
+
+ZEL_API int32_t demosaicDataInit(const ZelImage* image, ZelHandle* handle, ZelPixelType* reducedFormat,
+                                 int32_t* sampleShift);
+ZEL_API void u8Tou8(const uint8_t* src, int32_t height, int32_t width, int32_t stride, uint8_t* dst);
+ZEL_API void u16Tou8_old(const uint8_t* src, int32_t height, int32_t width, int32_t shift, uint8_t* dst);
+ZEL_API void u16Tou8(const uint8_t* src, int32_t height, int32_t width, int32_t stride, int32_t shift,
+                     uint8_t* dst);
+ZEL_API void unpacked_old(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst);
+ZEL_API void unpacked(const uint8_t* src, int32_t height, int32_t width, int32_t stride, uint8_t* dst);
+
+/* ------------------------------------------------------------------------ */
+/* Demosaicing entry and dispatchers                                         */
+/* ------------------------------------------------------------------------ */
+
+ZEL_API int32_t zelDemosaicing(ZelHandle* handle, const ZelImage* input, int32_t method, ZelImage* output);
+ZEL_API int32_t mono8Convert(const uint8_t* frame, uint8_t* dst, int32_t height, int32_t width,
+                             ZelPixelType outputFormat);
+ZEL_API int32_t rg8Convert(const uint8_t* frame, uint8_t* dst, int32_t height, int32_t width,
+                           ZelPixelType outputFormat, int32_t method, uint8_t* greenLine);
+ZEL_API int32_t bg8Convert(const uint8_t* frame, uint8_t* dst, int32_t height, int32_t width,
+                           ZelPixelType outputFormat, int32_t method, uint8_t* greenLine);
+ZEL_API int32_t gb8Convert(const uint8_t* frame, uint8_t* dst, int32_t height, int32_t width,
+                           ZelPixelType outputFormat, int32_t method, uint8_t* greenLine);
+ZEL_API int32_t gr8Convert(const uint8_t* frame, uint8_t* dst, int32_t height, int32_t width,
+                           ZelPixelType outputFormat, int32_t method, uint8_t* greenLine);
+
+/* ------------------------------------------------------------------------ */
+/* 8-bit nearest-neighbour kernels (native orders RG and GB)                 */
+/* ------------------------------------------------------------------------ */
+
+ZEL_API int32_t rg8ToBgr8_nearest(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst, int32_t swapRB);
+ZEL_API int32_t rg8ToBgra8_nearest(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst, int32_t swapRB);
+ZEL_API int32_t rg8ToBgr8P_nearest(const uint8_t* src, int32_t height, int32_t width, uint8_t* redPlane,
+                                   uint8_t* greenPlane, uint8_t* bluePlane);
+ZEL_API int32_t rg8ToMono8_nearest(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst, int32_t swapRB);
+ZEL_API int32_t gb8ToBgr8_nearest(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst, int32_t swapRB);
+ZEL_API int32_t gb8ToBgra8_nearest(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst, int32_t swapRB);
+ZEL_API int32_t gb8ToBgr8P_nearest(const uint8_t* src, int32_t height, int32_t width, uint8_t* redPlane,
+                                   uint8_t* greenPlane, uint8_t* bluePlane);
+ZEL_API int32_t gb8ToMono8_nearest(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst, int32_t swapRB);
+
+/* ------------------------------------------------------------------------ */
+/* 8-bit bilinear kernels                                                    */
+/* ------------------------------------------------------------------------ */
+
+/* ------------------------------------------------------------------------ */
+/* 8-bit edge-directed kernels (native orders RG and GB)                     */
+/* ------------------------------------------------------------------------ */
+
+/* ------------------------------------------------------------------------ */
+/* 16-bit bilinear kernels                                                   */
+/* ------------------------------------------------------------------------ */
+
+/* ------------------------------------------------------------------------ */
+/* 16-bit edge-directed kernels                                              */
+/* ------------------------------------------------------------------------ */
+
+/* ------------------------------------------------------------------------ */
+/* Lens shading: estimation and correction                                   */
+/* ------------------------------------------------------------------------ */
+
+/* ------------------------------------------------------------------------ */
+/* Frame utilities                                                           */
+/* ------------------------------------------------------------------------ */
+
+/* Pads the rows of a packed 3-byte-per-pixel frame in place to a multiple of
+ * 4 bytes, as device-independent bitmaps want. */
+ZEL_API int32_t zelBMPAdjust(ZelHandle* handle, ZelImage* image);
+/* Widens 3 bytes per pixel to 4, the fourth byte 0; channel order kept. */
+ZEL_API void bgrToBgra(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* ZELVORA_H */

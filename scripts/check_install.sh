@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Installs the library into a scratch prefix and builds a small C consumer
+# against it twice: through find_package(Zelvora) and through pkg-config.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+work="$root/build/ci-install"
+rm -rf "$work" && mkdir -p "$work"
+echo "=== install ==="
+cmake -S "$root" -B "$work/build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DZELVORA_BUILD_TESTS=OFF \
+  -DZELVORA_BUILD_BENCH=OFF -DZELVORA_BUILD_TOOL=OFF -DCMAKE_INSTALL_PREFIX="$work/prefix" >/dev/null
+cmake --build "$work/build" >/dev/null
+cmake --install "$work/build" >/dev/null
+
+mkdir -p "$work/consumer"
+cp "$root/tests/c_header_test.c" "$work/consumer/main.c"
+cat >"$work/consumer/CMakeLists.txt" <<'CMAKE'
+cmake_minimum_required(VERSION 3.20)
+project(consumer C)
+find_package(Zelvora REQUIRED)
+add_executable(consumer main.c)
+target_link_libraries(consumer PRIVATE Zelvora::Zelvora)
+CMAKE
+cmake -S "$work/consumer" -B "$work/consumer/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
+cmake --build "$work/consumer/build" >/dev/null
+"$work/consumer/build/consumer"
+
+export PKG_CONFIG_PATH="$work/prefix/lib/pkgconfig"
+libdir=$(pkg-config --variable=libdir zelvora)
+cc -std=c99 "$work/consumer/main.c" $(pkg-config --cflags --libs zelvora) -Wl,-rpath,"$libdir" -o "$work/pc-consumer"
+"$work/pc-consumer"
+readelf -d "$libdir/libZelvora.so" | grep -q 'SONAME.*libZelvora.so.0' && echo "SONAME libZelvora.so.0"
+echo "install check passed"

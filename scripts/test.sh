@@ -1,0 +1,37 @@
+#!/usr/bin/env bash
+# The whole test suite: installs what is missing, then builds and tests three
+# configurations (native release, native with AddressSanitizer and
+# UndefinedBehaviorSanitizer, 32-bit ARM under qemu-arm) and checks that an
+# installed copy is found by CMake and pkg-config.
+#   scripts/test.sh [release|sanitize|armhf|install]...   (default: all four)
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+source "$root/scripts/deps.sh"
+configs=("$@")
+[ ${#configs[@]} -eq 0 ] && configs=(release sanitize armhf install)
+
+packages=("${ZELVORA_BUILD_PACKAGES[@]}")
+[[ " ${configs[*]} " == *" armhf "* ]] && packages+=("${ZELVORA_CROSS_PACKAGES[@]}")
+ensure_packages "${packages[@]}"
+
+jobs=$(nproc)
+run_config() {
+  local name=$1; shift
+  local dir="$root/build/ci-$name"
+  echo "=== $name ==="
+  cmake -S "$root" -B "$dir" -G Ninja "$@" >/dev/null
+  cmake --build "$dir" -j "$jobs"
+  (cd "$dir" && ctest --output-on-failure -j "$jobs")
+}
+
+for config in "${configs[@]}"; do
+  case $config in
+    release) run_config release -DCMAKE_BUILD_TYPE=Release -DZELVORA_BUILD_BENCH=ON ;;
+    sanitize) run_config sanitize -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZELVORA_SANITIZE=ON -DZELVORA_BUILD_BENCH=OFF ;;
+    armhf) run_config armhf -DCMAKE_BUILD_TYPE=Release -DCMAKE_TOOLCHAIN_FILE="$root/cmake/armhf-toolchain.cmake" \
+             -DZELVORA_BUILD_BENCH=OFF -DZELVORA_BUILD_TOOL=OFF ;;
+    install) "$root/scripts/check_install.sh" ;;
+    *) echo "unknown configuration: $config" >&2; exit 2 ;;
+  esac
+done
+echo "all configurations passed: ${configs[*]}"

@@ -81,6 +81,8 @@ TEST_F(HandleTest, ReleaseClearsTheCallersPointer) {
     ASSERT_EQ(zelMemRealloc(&handle->scratch, 100), ZEL_OK);
     EXPECT_EQ(zelRelease(&handle), ZEL_OK);
     EXPECT_EQ(handle, nullptr);
+    ZelHandle* none = nullptr;  // nothing to release
+    EXPECT_EQ(zelRelease(&none), ZEL_OK);
 }
 
 TEST_F(HandleTest, ScratchOnlyGrows) {

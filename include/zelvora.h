@@ -222,6 +222,40 @@ typedef struct BilinearBodyEnd {
     uint32_t lastRowsStart;
 } BilinearBodyEnd;
 
+/* RGGB 16-bit samples to interleaved B, G, R samples, or to three planes.
+ * Null pointer: -111; height or width <= 3: -104. */
+ZEL_API int32_t zelDemosaicingBilinearU16(const uint16_t* src, int32_t height, int32_t width, uint16_t* dst);
+ZEL_API int32_t zelDemosaicingBilinearU16P(const uint16_t* src, int32_t height, int32_t width, uint16_t* pBlue,
+                                           uint16_t* pGreen, uint16_t* pRed);
+/* The same without checks, and the pieces they are made of: each piece writes
+ * one region of the frame (row 0; column 0 below it; the body; the last rows
+ * from startRow between column 0 and the last columns; the last columns from
+ * startCol below row 0). swapRB = 1 exchanges samples 0 and 2 of every pixel;
+ * the planar pieces ignore it. No checks: frames of at least 4 x 4, start
+ * positions as the body returns them. */
+ZEL_API int32_t demosaicingBilinearRGGBU16(const uint16_t* src, int32_t height, int32_t width, uint16_t* dst);
+ZEL_API int32_t demosaicingBilinearRGGBU16P(const uint16_t* src, int32_t height, int32_t width, uint16_t* pBlue,
+                                            uint16_t* pGreen, uint16_t* pRed);
+ZEL_API void bilinearFirstRowsRGGBU16(const uint16_t* src, uint16_t* dst, int32_t width, uint32_t swapRB);
+ZEL_API void bilinearFirstColsRGGBU16(const uint16_t* src, uint16_t* dst, int32_t height, int32_t width,
+                                      uint32_t swapRB);
+ZEL_API BilinearBodyEnd bilinearBodyRGGBU16(const uint16_t* src, uint16_t* dst, int32_t height, int32_t width,
+                                            uint32_t swapRB);
+ZEL_API void bilinearLastRowsRGGBU16(const uint16_t* src, uint16_t* dst, int32_t height, int32_t width,
+                                     uint32_t startRow, uint32_t swapRB);
+ZEL_API void bilinearLastColsRGGBU16(const uint16_t* src, uint16_t* dst, int32_t height, int32_t width,
+                                     uint32_t startCol, uint32_t swapRB);
+ZEL_API void bilinearFirstRowsRGGBU16P(const uint16_t* src, uint16_t* pBlue, uint16_t* pGreen, uint16_t* pRed,
+                                       int32_t width);
+ZEL_API void bilinearFirstColsRGGBU16P(const uint16_t* src, uint16_t* pBlue, uint16_t* pGreen, uint16_t* pRed,
+                                       int32_t height, int32_t width);
+ZEL_API BilinearBodyEnd bilinearBodyRGGBU16P(const uint16_t* src, uint16_t* pBlue, uint16_t* pGreen, uint16_t* pRed,
+                                             int32_t height, int32_t width, uint32_t swapRB);
+ZEL_API void bilinearLastRowsRGGBU16P(const uint16_t* src, uint16_t* pBlue, uint16_t* pGreen, uint16_t* pRed,
+                                      int32_t height, int32_t width, uint32_t startRow, uint32_t swapRB);
+ZEL_API void bilinearLastColsRGGBU16P(const uint16_t* src, uint16_t* pBlue, uint16_t* pGreen, uint16_t* pRed,
+                                      int32_t height, int32_t width, uint32_t startCol, uint32_t swapRB);
+
 /* ------------------------------------------------------------------------ */
 /* 16-bit edge-directed kernels                                              */
 /* ------------------------------------------------------------------------ */

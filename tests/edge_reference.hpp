@@ -1,5 +1,6 @@
 // A deliberately plain evaluation of the edge-directed rules, one pixel at a
-// time over a mirrored frame, for the tests to compare the kernels against.
+// time over a mirrored frame, for the tests to compare the kernels against,
+// and the mosaic and comparison helpers the 8-bit and 16-bit suites share.
 // It shares no code with the library: no row-pair walk, no carried greens,
 // floor division written out instead of shifts.
 #pragma once
@@ -13,22 +14,28 @@
 namespace edgeref {
 
 struct Rgb {
-    int red;
-    int green;
-    int blue;
+    int red, green, blue;
 };
 
 // Where red lies: rows of parity redRow, columns of parity redCol. Blue lies
 // at the other parity of both; every other site is green.
 struct Geometry {
-    int redRow;
-    int redCol;
+    int redRow, redCol;
 };
 
 inline constexpr Geometry kRGGB{0, 0};
 inline constexpr Geometry kGRBG{0, 1};
 inline constexpr Geometry kGBRG{1, 0};
 inline constexpr Geometry kBGGR{1, 1};
+
+enum class Colour { Red, Green, Blue };
+
+inline Colour colourOf(Geometry g, int r, int c) {
+    const bool redRow = (r & 1) == g.redRow;
+    const bool redCol = (c & 1) == g.redCol;
+    if (redRow) return redCol ? Colour::Red : Colour::Green;
+    return redCol ? Colour::Green : Colour::Blue;
+}
 
 inline int floorDiv(int a, int b) {
     const int q = a / b;
@@ -40,12 +47,7 @@ inline int absolute(int v) { return v < 0 ? -v : v; }
 class Reference {
 public:
     Reference(const std::vector<int>& samples, int height, int width, Geometry geometry, int maxValue)
-        : s_(samples), h_(height), w_(width), geo_(geometry), max_(maxValue), greens_(samples.size()) {
-        for (int r = 0; r < h_; ++r)
-            for (int c = 0; c < w_; ++c)
-                greens_[static_cast<size_t>(r) * w_ + c] =
-                    colour(r, c) == Colour::Green ? S(r, c) : clampTo(unclampedGreen(r, c), max_);
-    }
+        : s_(samples), h_(height), w_(width), geo_(geometry), max_(maxValue) {}
 
     // The green estimate at a red or blue site before clamping.
     int unclampedGreen(int r, int c) const {
@@ -58,7 +60,10 @@ public:
         return floorDiv(S(r - 1, c) + S(r + 1, c), 2) + floorDiv(lv, 4);
     }
 
-    int green(int r, int c) const { return greens_[static_cast<size_t>(reflect(r, h_)) * w_ + reflect(c, w_)]; }
+    // The green of any site: its sample, or the clamped estimate.
+    int green(int r, int c) const {
+        return colour(r, c) == Colour::Green ? S(r, c) : clampTo(unclampedGreen(reflect(r, h_), reflect(c, w_)), max_);
+    }
 
     Rgb at(int r, int c) const {
         const int s = S(r, c);
@@ -82,35 +87,22 @@ public:
 
     std::vector<Rgb> frame() const {
         std::vector<Rgb> out;
-        out.reserve(static_cast<size_t>(h_) * w_);
         for (int r = 0; r < h_; ++r)
             for (int c = 0; c < w_; ++c) out.push_back(at(r, c));
         return out;
     }
 
-    bool isRed(int r, int c) const { return colour(r, c) == Colour::Red; }
-    bool isBlue(int r, int c) const { return colour(r, c) == Colour::Blue; }
-
 private:
-    enum class Colour { Red, Green, Blue };
-
     static int reflect(int i, int n) { return i < 0 ? -i : (i >= n ? 2 * (n - 1) - i : i); }
 
-    Colour colour(int r, int c) const {
-        const bool redRow = ((reflect(r, h_) & 1) == geo_.redRow);
-        const bool redCol = ((reflect(c, w_) & 1) == geo_.redCol);
-        if (redRow) return redCol ? Colour::Red : Colour::Green;
-        return redCol ? Colour::Green : Colour::Blue;
-    }
+    Colour colour(int r, int c) const { return colourOf(geo_, reflect(r, h_), reflect(c, w_)); }
     int S(int r, int c) const { return s_[static_cast<size_t>(reflect(r, h_)) * w_ + reflect(c, w_)]; }
     int D(int r, int c) const { return S(r, c) - green(r, c); }
 
     const std::vector<int>& s_;
-    int h_;
-    int w_;
+    int h_, w_;
     Geometry geo_;
     int max_;
-    std::vector<int> greens_;
 };
 
 // Test mosaics: uniform noise over 0..maxValue mixed with runs of the two
@@ -125,6 +117,31 @@ inline std::vector<int> noisyMosaic(int height, int width, int maxValue, uint32_
         s = k == 0 ? 0 : (k == 1 ? maxValue : value(rng));
     }
     return v;
+}
+
+// A mosaic with one value per colour, for hand-worked cases.
+inline std::vector<int> flatMosaic(Geometry g, int height, int width, Rgb value) {
+    std::vector<int> m;
+    for (int r = 0; r < height; ++r)
+        for (int c = 0; c < width; ++c) {
+            const Colour k = colourOf(g, r, c);
+            m.push_back(k == Colour::Red ? value.red : (k == Colour::Blue ? value.blue : value.green));
+        }
+    return m;
+}
+
+// Interleaved pixels: blue, green, red (red first when redFirst), and for
+// four samples byte 3 taken from `fourth`.
+template <typename T>
+std::vector<T> interleaved(const std::vector<Rgb>& px, bool redFirst, int samples = 3,
+                           const std::vector<T>& fourth = {}) {
+    std::vector<T> out;
+    for (size_t i = 0; i < px.size(); ++i) {
+        out.insert(out.end(),
+                   {T(redFirst ? px[i].red : px[i].blue), T(px[i].green), T(redFirst ? px[i].blue : px[i].red)});
+        if (samples == 4) out.push_back(fourth[i]);
+    }
+    return out;
 }
 
 // The first difference of two outputs as "pixel (row, col) sample k", so a

@@ -20,7 +20,12 @@ std::pair<int32_t, std::string> captured(Call call) {
     return {status, testing::internal::GetCapturedStdout()};
 }
 
-inline std::string errorLine(int number) { return "error line = [" + std::to_string(number) + "]"; }
+// What a refusal with check number `line` prints; 0: nothing.
+inline std::string errorLine(int line) { return line == 0 ? "" : "error line = [" + std::to_string(line) + "]"; }
+
+// A table entry: gain G over 2^17 in bits 31..12, offset B in bits 11..0.
+constexpr uint32_t entry(uint32_t gain, uint32_t offset) { return gain << 12 | offset; }
+constexpr uint32_t kOne = 131072;  // gain 1.0
 
 // A ZelLSCTable in a word buffer; the words are pre-filled with a marker.
 struct Table {
@@ -29,11 +34,7 @@ struct Table {
     explicit Table(size_t entries) : words(3 + entries, kMarker) {}
     ZelLSCTable* get() { return reinterpret_cast<ZelLSCTable*>(words.data()); }
     uint32_t entry(size_t i) const { return words[3 + i]; }
-    bool untouched() const {
-        for (uint32_t w : words)
-            if (w != kMarker) return false;
-        return true;
-    }
+    bool untouched() const { return words == std::vector<uint32_t>(words.size(), kMarker); }
 };
 
 // A deterministic frame of floats around `level`, spread +-`spread`.

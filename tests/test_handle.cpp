@@ -1,12 +1,124 @@
+// Handle life cycle, scratch growth and output configuration.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <functional>
+
+#include "support.hpp"
 #include "zelvora.h"
 
-TEST(Handle, CreateGivesBgr8) {
-    ZelHandle* h = nullptr;
-    ASSERT_EQ(zelCreate(&h), 0);
-    ZelPixelType f = 0;
-    EXPECT_EQ(zelDemosaicGetConfig(h, &f), 0);
-    EXPECT_EQ(f, 0x02180015u);
-    EXPECT_EQ(zelRelease(&h), 0);
+using zeltest::errorLine;
+using zeltest::printedBy;
+
+namespace {
+
+struct HandleTest : testing::Test {
+    ZelHandle* handle = nullptr;
+    void SetUp() override { ASSERT_EQ(zelCreate(&handle), ZEL_OK); }
+    void TearDown() override {
+        if (handle) zelRelease(&handle);
+    }
+};
+
+TEST_F(HandleTest, StartsInTheDefaultState) {
+    ZelPixelType format = 0;
+    EXPECT_EQ(zelDemosaicGetConfig(handle, &format), ZEL_OK);
+    EXPECT_EQ(format, 0x02180015u);
+    EXPECT_EQ(handle->scratch.data, nullptr);
+    EXPECT_EQ(handle->scratch.capacity, 0);
+    EXPECT_EQ(handle->spare[0], 0u);
+    EXPECT_EQ(handle->spare[1], 0u);
+    EXPECT_EQ(handle->presets[0].values[0], 12);
+    EXPECT_EQ(handle->presets[0].values[1], 1);
+    EXPECT_EQ(handle->presets[0].values[2], 0);
+    EXPECT_EQ(handle->presets[1].values[0], 8);
+    EXPECT_EQ(handle->presets[2].values[0], 8);
+    EXPECT_EQ(handle->presets[2].values[1], 1);
 }
+
+TEST_F(HandleTest, AcceptsEveryOutputLayout) {
+    for (ZelPixelType code : {0x01080001ull, 0x02180014ull, 0x02180015ull, 0x02200016ull, 0x02200017ull,
+                              0x02180021ull, 0x02180025ull}) {
+        EXPECT_EQ(zelDemosaicSetConfig(handle, &code), ZEL_OK) << std::hex << code;
+        ZelPixelType back = 0;
+        zelDemosaicGetConfig(handle, &back);
+        EXPECT_EQ(back, code);
+    }
+}
+
+TEST_F(HandleTest, RefusesOtherCodesAndKeepsTheFormat) {
+    const ZelPixelType rgba = ZEL_PIX_RGBA8;
+    ASSERT_EQ(zelDemosaicSetConfig(handle, &rgba), ZEL_OK);
+    for (ZelPixelType code : {0x0108000Bull, 0x01100007ull, 0x0000000102180015ull, 0ull}) {
+        int32_t status = 0;
+        EXPECT_EQ(printedBy([&] { status = zelDemosaicSetConfig(handle, &code); }), errorLine(74));
+        EXPECT_EQ(status, errUnsupportedOutput);
+        EXPECT_EQ(handle->outputFormat, rgba);
+    }
+}
+
+TEST_F(HandleTest, NullArgumentsAreRefusedWithTheirNumbers) {
+    ZelPixelType format = ZEL_PIX_BGR8;
+    struct Case {
+        int line;
+        std::function<int32_t()> call;
+    } cases[] = {
+        {13, [] { return zelCreate(nullptr); }},
+        {41, [] { return zelRelease(nullptr); }},
+        {52, [&] { return zelDemosaicGetConfig(nullptr, &format); }},
+        {52, [&] { return zelDemosaicGetConfig(handle, nullptr); }},
+        {70, [&] { return zelDemosaicSetConfig(nullptr, &format); }},
+        {70, [&] { return zelDemosaicSetConfig(handle, nullptr); }},
+    };
+    for (const auto& c : cases) {
+        int32_t status = 0;
+        EXPECT_EQ(printedBy([&] { status = c.call(); }), errorLine(c.line));
+        EXPECT_EQ(status, errInvalidParameter) << c.line;
+    }
+}
+
+TEST_F(HandleTest, ReleaseClearsTheCallersPointer) {
+    ASSERT_EQ(zelMemRealloc(&handle->scratch, 100), ZEL_OK);
+    EXPECT_EQ(zelRelease(&handle), ZEL_OK);
+    EXPECT_EQ(handle, nullptr);
+    ZelHandle* none = nullptr;  // nothing to release
+    EXPECT_EQ(zelRelease(&none), ZEL_OK);
+}
+
+TEST_F(HandleTest, ScratchOnlyGrows) {
+    ZelScratch& s = handle->scratch;
+    EXPECT_EQ(zelMemRealloc(&s, 0), ZEL_OK);
+    EXPECT_EQ(s.data, nullptr);
+    EXPECT_EQ(zelMemRealloc(&s, -5), ZEL_OK);
+    EXPECT_EQ(s.data, nullptr);
+
+    ASSERT_EQ(zelMemRealloc(&s, 64), ZEL_OK);
+    ASSERT_NE(s.data, nullptr);
+    EXPECT_EQ(s.capacity, 64);
+    uint8_t* first = s.data;
+    first[63] = 1;  // the whole capacity is usable
+    EXPECT_EQ(zelMemRealloc(&s, 64), ZEL_OK);
+    EXPECT_EQ(zelMemRealloc(&s, 10), ZEL_OK);
+    EXPECT_EQ(s.data, first);
+    EXPECT_EQ(s.capacity, 64);
+
+    ASSERT_EQ(zelMemRealloc(&s, 4096), ZEL_OK);
+    EXPECT_EQ(s.capacity, 4096);
+    s.data[4095] = 1;
+}
+
+// Resetting a handle forgets its scratch buffer without releasing it; the
+// test takes the buffer back itself so that nothing leaks.
+TEST_F(HandleTest, InitForgetsTheScratchWithoutReleasingIt) {
+    const ZelPixelType mono = ZEL_PIX_MONO8;
+    zelDemosaicSetConfig(handle, &mono);
+    ASSERT_EQ(zelMemRealloc(&handle->scratch, 128), ZEL_OK);
+    uint8_t* kept = handle->scratch.data;
+    zelInit(handle);
+    EXPECT_EQ(handle->scratch.data, nullptr);
+    EXPECT_EQ(handle->scratch.capacity, 0);
+    EXPECT_EQ(handle->outputFormat, static_cast<ZelPixelType>(ZEL_PIX_BGR8));
+    std::free(kept);
+}
+
+}  // namespace

@@ -37,11 +37,13 @@ ZEL_API int32_t zelCreate(ZelHandle** handle) {
 
 ZEL_API int32_t zelRelease(ZelHandle** handle) {
     if (handle == nullptr) return fail(41, errInvalidParameter);
-    ZelHandle* h = *handle;
-    std::free(h->scratch.data);
-    h->scratch.data = nullptr;
-    h->scratch.capacity = 0;
-    std::free(h);
+    // The handle itself is not checked; a null one simply has nothing to release.
+    if (ZelHandle* h = *handle) {
+        std::free(h->scratch.data);
+        h->scratch.data = nullptr;
+        h->scratch.capacity = 0;
+        std::free(h);
+    }
     *handle = nullptr;
     return ZEL_OK;
 }

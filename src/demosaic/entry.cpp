@@ -32,15 +32,15 @@ struct Working {
     uint8_t* greenLine;
 };
 
-constexpr ptrdiff_t kScratchSlack = 64;
+constexpr int64_t kScratchSlack = 64;
 constexpr uintptr_t kFrameAlignment = 16;
 
 // Bytes of scratch a frame needs: one green row for 8-bit input; otherwise
 // the reduced frame plus one row, with room for the 16-byte alignment and the
 // extra byte of the packed converters.
-ptrdiff_t scratchBytes(int32_t height, int32_t width, int32_t sampleShift) {
-    if (sampleShift == 0) return static_cast<ptrdiff_t>(width) + kScratchSlack;
-    return static_cast<ptrdiff_t>(width) * (static_cast<ptrdiff_t>(height) + 1) + kScratchSlack;
+int64_t scratchBytes(int32_t height, int32_t width, int32_t sampleShift) {
+    if (sampleShift == 0) return int64_t{width} + kScratchSlack;
+    return int64_t{width} * (int64_t{height} + 1) + kScratchSlack;
 }
 
 // Produces the compact 8-bit frame: the caller's buffer itself (compacted in
@@ -138,7 +138,7 @@ ZEL_API int32_t zelDemosaicing(ZelHandle* handle, const ZelImage* input, int32_t
         return fail(110, status);
 
     const int scratchCheck = sampleShift == 0 ? 115 : 119;
-    const ptrdiff_t bytes = zel::scratchBytes(input->height, input->width, sampleShift);
+    const int64_t bytes = zel::scratchBytes(input->height, input->width, sampleShift);
     if (bytes > INT32_MAX) return fail(scratchCheck, errNoMemory);
     if (const int32_t status = zelMemRealloc(&handle->scratch, static_cast<int32_t>(bytes)); status != ZEL_OK)
         return fail(scratchCheck, status);

@@ -1,0 +1,54 @@
+// Shared helpers for the test suites: printed-message capture, deterministic
+// frames and a few small reference computations.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace zeltest {
+
+// Runs f and returns what it printed to standard output.
+template <typename F>
+std::string printedBy(F&& f) {
+    testing::internal::CaptureStdout();
+    f();
+    return testing::internal::GetCapturedStdout();
+}
+
+inline std::string errorLine(int n) { return "error line = [" + std::to_string(n) + "]"; }
+
+// A deterministic pseudo-random byte sequence.
+inline std::vector<uint8_t> randomBytes(size_t n, uint32_t seed) {
+    std::vector<uint8_t> v(n);
+    uint32_t s = seed * 2654435761u + 1u;
+    for (auto& b : v) {
+        s ^= s << 13;
+        s ^= s >> 17;
+        s ^= s << 5;
+        b = static_cast<uint8_t>(s >> 11);
+    }
+    return v;
+}
+
+// Colours of a native-order mosaic site.
+enum class Site { Red, Green, Blue };
+
+// RG: row 0 is R G R G ...; GB: row 0 is G B G B ... and row 1 R G R G ...
+inline Site siteOf(bool gbOrder, int row, int col) {
+    const bool redRow = (row % 2 == 0) != gbOrder;
+    if (redRow) return col % 2 == 0 ? Site::Red : Site::Green;
+    return col % 2 == 1 ? Site::Blue : Site::Green;
+}
+
+struct Rgb {
+    int r, g, b;
+};
+
+inline uint8_t luma(const Rgb& p, int wR, int wG, int wB) {
+    return static_cast<uint8_t>((wR * p.r + wG * p.g + wB * p.b + 128) >> 8);
+}
+
+}  // namespace zeltest

@@ -1,0 +1,93 @@
+// Bitmap row padding and BGR to BGRA widening.
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "support.hpp"
+#include "zelvora.h"
+
+using zeltest::errorLine;
+using zeltest::printedBy;
+
+namespace {
+
+struct PadCase {
+    int width;
+    int pad;
+};
+
+class BmpAdjust : public testing::TestWithParam<PadCase> {};
+
+TEST_P(BmpAdjust, PadsEveryRowToFourBytes) {
+    const auto [width, pad] = GetParam();
+    const int height = 5, row = 3 * width;
+    auto original = zeltest::randomBytes(static_cast<size_t>(height) * row, width);
+    std::vector<uint8_t> buffer(static_cast<size_t>(height) * (row + pad), 0xEE);
+    std::copy(original.begin(), original.end(), buffer.begin());
+
+    ZelHandle handle{};
+    ZelImage image{height, width, ZEL_PIX_BGR8, buffer.data(), row};
+    ASSERT_EQ(zelBMPAdjust(&handle, &image), ZEL_OK);
+    for (int r = 0; r < height; ++r) {
+        for (int i = 0; i < row; ++i)
+            ASSERT_EQ(buffer[r * (row + pad) + i], original[r * row + i]) << "row " << r << " byte " << i;
+        for (int i = 0; i < pad; ++i) ASSERT_EQ(buffer[r * (row + pad) + row + i], 0) << "row " << r;
+    }
+    EXPECT_EQ(image.stride, row);  // the record is not updated
+    EXPECT_EQ(image.pixelFormat, static_cast<uint32_t>(ZEL_PIX_BGR8));
+}
+
+INSTANTIATE_TEST_SUITE_P(Widths, BmpAdjust,
+                         testing::Values(PadCase{4, 0}, PadCase{5, 1}, PadCase{6, 2}, PadCase{7, 3},
+                                         PadCase{8, 0}, PadCase{33, 1}));
+
+TEST(BmpAdjustChecks, RefusalsInOrder) {
+    ZelHandle handle{};
+    uint8_t byte = 0;
+    ZelImage ok{4, 4, 0, &byte, 12};
+    ZelImage noData{4, 4, 0, nullptr, 12};
+    ZelImage shortImage{3, 5, 0, &byte, 15};
+    ZelImage narrow{5, 3, 0, &byte, 9};
+    struct Case {
+        ZelHandle* h;
+        ZelImage* image;
+        int line;
+        int32_t status;
+    } cases[] = {
+        {&handle, nullptr, 14, errInvalidParameter}, {nullptr, &ok, 14, errInvalidParameter},
+        {&handle, &noData, 15, errInvalidParameter}, {nullptr, &noData, 14, errInvalidParameter},
+        {&handle, &shortImage, 16, errBadImageSize},  {&handle, &narrow, 16, errBadImageSize},
+    };
+    for (const auto& c : cases) {
+        int32_t status = 0;
+        EXPECT_EQ(printedBy([&] { status = zelBMPAdjust(c.h, c.image); }), errorLine(c.line));
+        EXPECT_EQ(status, c.status);
+    }
+    EXPECT_EQ(byte, 0);
+}
+
+TEST(BgrToBgra, CopiesThreeBytesAndZeroesTheFourth) {
+    const int h = 3, w = 5;
+    auto src = zeltest::randomBytes(h * w * 3, 9);
+    src[0] = 10, src[1] = 20, src[2] = 30;
+    std::vector<uint8_t> dst(h * w * 4, 0xAA);
+    bgrToBgra(src.data(), h, w, dst.data());
+    EXPECT_EQ(dst[0], 10);
+    EXPECT_EQ(dst[1], 20);
+    EXPECT_EQ(dst[2], 30);
+    for (int i = 0; i < h * w; ++i) {
+        for (int c = 0; c < 3; ++c) ASSERT_EQ(dst[4 * i + c], src[3 * i + c]);
+        ASSERT_EQ(dst[4 * i + 3], 0);
+    }
+}
+
+TEST(BgrToBgra, NothingForEmptyFrames) {
+    uint8_t dst[4] = {1, 2, 3, 4};
+    const uint8_t src[3] = {9, 9, 9};
+    bgrToBgra(src, 0, 5, dst);
+    bgrToBgra(src, -1, 1, dst);
+    EXPECT_EQ(dst[0], 1);
+    EXPECT_EQ(dst[3], 4);
+}
+
+}  // namespace

@@ -1,0 +1,150 @@
+// Input classification and the five converters to compact 8-bit frames.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+#include "support.hpp"
+#include "zelvora.h"
+
+namespace {
+
+struct Classified {
+    uint32_t code;
+    uint64_t reduced;
+    int32_t shift;
+};
+
+// The accepted codes by their GigE Vision names' values.
+const Classified kAccepted[] = {
+    {0x01080001, 0x01080001, 0},  {0x01100003, 0x01080001, 2},  {0x01100005, 0x01080001, 4},
+    {0x01100025, 0x01080001, 6},  {0x01100007, 0x01080001, 8},  {0x010C0004, 0x01080001, -1},
+    {0x010C0006, 0x01080001, -1}, {0x01080008, 0x01080008, 0},  {0x0110000C, 0x01080008, 2},
+    {0x01100010, 0x01080008, 4},  {0x0110002E, 0x01080008, 8},  {0x010C0026, 0x01080008, -1},
+    {0x010C002A, 0x01080008, -1}, {0x01080009, 0x01080009, 0},  {0x0110000D, 0x01080009, 2},
+    {0x01100011, 0x01080009, 4},  {0x0110002F, 0x01080009, 8},  {0x010C0027, 0x01080009, -1},
+    {0x010C002B, 0x01080009, -1}, {0x0108000A, 0x0108000A, 0},  {0x0110000E, 0x0108000A, 2},
+    {0x01100012, 0x0108000A, 4},  {0x01100030, 0x0108000A, 8},  {0x010C0028, 0x0108000A, -1},
+    {0x010C002C, 0x0108000A, -1}, {0x0108000B, 0x0108000B, 0},  {0x0110000F, 0x0108000B, 2},
+    {0x01100013, 0x0108000B, 4},  {0x01100031, 0x0108000B, 8},  {0x010C0029, 0x0108000B, -1},
+    {0x010C002D, 0x0108000B, -1},
+};
+
+TEST(Classify, EveryAcceptedCode) {
+    for (const auto& c : kAccepted) {
+        ZelImage image{4, 4, c.code, nullptr, 4};
+        ZelPixelType reduced = 0;
+        int32_t shift = 99;
+        EXPECT_EQ(demosaicDataInit(&image, nullptr, &reduced, &shift), ZEL_OK) << std::hex << c.code;
+        EXPECT_EQ(reduced, c.reduced) << std::hex << c.code;
+        EXPECT_EQ(shift, c.shift) << std::hex << c.code;
+    }
+}
+
+TEST(Classify, RefusedCodesKeepTheWidenedCode) {
+    // output layouts, Mono8 signed, 14-bit Bayer, YUV, and a code with its top bit set
+    for (uint32_t code : {0x02180015u, 0x02180021u, 0x01080002u, 0x01100111u, 0x0110010Cu, 0x02100032u,
+                          0x80000001u, 0u}) {
+        ZelImage image{4, 4, code, nullptr, 4};
+        ZelPixelType reduced = 0;
+        int32_t shift = 99;
+        EXPECT_EQ(demosaicDataInit(&image, nullptr, &reduced, &shift), errUnsupportedInput) << std::hex << code;
+        EXPECT_EQ(reduced, static_cast<uint64_t>(static_cast<int64_t>(static_cast<int32_t>(code))));
+        EXPECT_EQ(shift, 0);
+    }
+}
+
+std::vector<uint8_t> halfwords(std::initializer_list<uint16_t> values) {
+    std::vector<uint8_t> bytes(values.size() * 2);
+    std::memcpy(bytes.data(), std::data(values), bytes.size());
+    return bytes;
+}
+
+struct ShiftCase {
+    uint16_t sample;
+    int shift;
+    uint8_t expected;
+};
+
+TEST(DeepSamples, KeepTheLowByteOfTheShiftedValue) {
+    const ShiftCase cases[] = {
+        {0x0FFF, 4, 0xFF},  // Mono12 full scale
+        {0x03FF, 2, 0xFF},  // Mono10 full scale
+        {0xABCD, 8, 0xAB},  // Mono16: the high byte
+        {0x3FFF, 6, 0xFF},  // Mono14
+        {1 << 13, 4, 0x00}, // a Mono12 container holding 2^13 wraps, unclamped
+        {0x1234, 4, 0x23},  // bits above 12 are simply dropped
+        {0x0123, 2, 0x48},
+    };
+    for (const auto& c : cases) {
+        const auto src = halfwords({c.sample, c.sample, c.sample, c.sample});
+        uint8_t flat[4] = {}, rows[4] = {};
+        u16Tou8_old(src.data(), 2, 2, c.shift, flat);
+        u16Tou8(src.data(), 2, 2, 4, c.shift, rows);
+        for (int i = 0; i < 4; ++i) {
+            EXPECT_EQ(flat[i], c.expected) << std::hex << c.sample;
+            EXPECT_EQ(rows[i], c.expected) << std::hex << c.sample;
+        }
+    }
+}
+
+TEST(DeepSamples, RowStrideIsRoundedDownToEven) {
+    // Rows of 3 samples 7 bytes apart are read 6 bytes apart.
+    const auto src = halfwords({0x100, 0x200, 0x300, 0x400, 0x500, 0x600, 0x700});
+    uint8_t dst[6] = {};
+    u16Tou8(src.data(), 2, 3, 7, 8, dst);
+    const uint8_t expected[6] = {1, 2, 3, 4, 5, 6};
+    EXPECT_EQ(0, std::memcmp(dst, expected, 6));
+
+    uint8_t padded[4] = {};
+    u16Tou8(src.data(), 2, 2, 10, 8, padded);  // 10 bytes: rows start at samples 0 and 5
+    const uint8_t expectedPadded[4] = {1, 2, 6, 7};
+    EXPECT_EQ(0, std::memcmp(padded, expectedPadded, 4));
+}
+
+TEST(EightBit, PaddedRowsAreCompactedInPlace) {
+    const int h = 4, w = 5, stride = 9;
+    auto buffer = zeltest::randomBytes(h * stride, 3);
+    const auto original = buffer;
+    u8Tou8(buffer.data(), h, w, stride, buffer.data());
+    for (int r = 0; r < h; ++r)
+        for (int c = 0; c < w; ++c) ASSERT_EQ(buffer[r * w + c], original[r * stride + c]);
+    for (int i = h * w; i < h * stride; ++i) ASSERT_EQ(buffer[i], original[i]) << "tail byte " << i;
+}
+
+TEST(Packed, KeepsTheFirstAndThirdByteOfEachTriple) {
+    const uint8_t src[] = {0x11, 0xAB, 0x22, 0x33, 0xCD, 0x44, 0x55, 0xEF, 0x66, 0x77, 0x01, 0x88};
+    uint8_t flat[8] = {}, rows[8] = {};
+    unpacked_old(src, 2, 4, flat);
+    unpacked(src, 2, 4, 6, rows);
+    const uint8_t expected[8] = {0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88};
+    EXPECT_EQ(0, std::memcmp(flat, expected, 8));
+    EXPECT_EQ(0, std::memcmp(rows, expected, 8));
+}
+
+// Output bytes come in pairs: an odd width spills one byte into the next row
+// (overwritten by it) and one past the frame after the last row.
+TEST(Packed, OddWidthsWriteOneByteBeyondEachRow) {
+    const int h = 2, w = 3, stride = 7;
+    const uint8_t src[] = {1, 0, 2, 3, 0, 4, 0xF0,  // row 0: pixels 1 2 3, then the spill 4
+                           5, 0, 6, 7, 0, 8, 0xF1, 0xF2};
+    uint8_t dst[8];
+    std::memset(dst, 0xEE, sizeof dst);
+    unpacked(src, h, w, stride, dst);
+    const uint8_t expected[8] = {1, 2, 3, 5, 6, 7, 8, 0xEE};
+    EXPECT_EQ(0, std::memcmp(dst, expected, 8));
+
+    // The flat variant writes one byte past an odd product only.
+    uint8_t flat[8];
+    std::memset(flat, 0xEE, sizeof flat);
+    const uint8_t run[] = {1, 0, 2, 3, 0, 4, 5, 0, 6, 7, 0, 8};
+    unpacked_old(run, 1, 7, flat);
+    const uint8_t expectedFlat[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+    EXPECT_EQ(0, std::memcmp(flat, expectedFlat, 8));
+    std::memset(flat, 0xEE, sizeof flat);
+    unpacked_old(run, 2, 3, flat);
+    EXPECT_EQ(flat[5], 6);
+    EXPECT_EQ(flat[6], 0xEE);
+}
+
+}  // namespace

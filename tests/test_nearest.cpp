@@ -1,0 +1,121 @@
+// Nearest-neighbour kernels: every size and both native orders against the
+// per-pixel rule, the worked values, and the symmetries between layouts.
+#include <gtest/gtest.h>
+
+#include <tuple>
+#include <vector>
+
+#include "nearest_reference.hpp"
+#include "support.hpp"
+#include "zelvora.h"
+
+namespace {
+
+using zeltest::Rgb;
+
+using Interleaved = int32_t (*)(const uint8_t*, int32_t, int32_t, uint8_t*, int32_t);
+using Planar = int32_t (*)(const uint8_t*, int32_t, int32_t, uint8_t*, uint8_t*, uint8_t*);
+
+struct Kernels {
+    Interleaved bgr, bgra, mono;
+    Planar planar;
+};
+
+const Kernels kRG{rg8ToBgr8_nearest, rg8ToBgra8_nearest, rg8ToMono8_nearest, rg8ToBgr8P_nearest};
+const Kernels kGB{gb8ToBgr8_nearest, gb8ToBgra8_nearest, gb8ToMono8_nearest, gb8ToBgr8P_nearest};
+
+constexpr uint8_t kCanary = 0xC5;
+
+// (gbOrder, height, width)
+class NearestSizes : public testing::TestWithParam<std::tuple<bool, int, int>> {};
+
+TEST_P(NearestSizes, EveryLayoutMatchesThePerPixelRule) {
+    const auto [gb, h, w] = GetParam();
+    const Kernels& k = gb ? kGB : kRG;
+    const size_t n = static_cast<size_t>(h) * w;
+    const auto src = zeltest::randomBytes(n, h * 100 + w);
+    const auto ref = zeltest::nearestFrame(src.data(), h, w, gb);
+
+    for (int swap : {0, 1}) {
+        std::vector<uint8_t> bgr(n * 3 + 8, kCanary), bgra(n * 4 + 8, kCanary), mono(n + 8, kCanary);
+        ASSERT_EQ(k.bgr(src.data(), h, w, bgr.data(), swap), 0);
+        ASSERT_EQ(k.bgra(src.data(), h, w, bgra.data(), swap), 0);
+        ASSERT_EQ(k.mono(src.data(), h, w, mono.data(), swap), 0);
+        for (size_t i = 0; i < n; ++i) {
+            const Rgb& p = ref[i];
+            const int b0 = swap ? p.r : p.b, b2 = swap ? p.b : p.r;
+            ASSERT_EQ(bgr[3 * i], b0) << "pixel " << i;
+            ASSERT_EQ(bgr[3 * i + 1], p.g) << "pixel " << i;
+            ASSERT_EQ(bgr[3 * i + 2], b2) << "pixel " << i;
+            ASSERT_EQ(bgra[4 * i], b0);
+            ASSERT_EQ(bgra[4 * i + 1], p.g);
+            ASSERT_EQ(bgra[4 * i + 2], b2);
+            ASSERT_EQ(bgra[4 * i + 3], 0);
+            const uint8_t y = swap ? zeltest::luma(p, 29, 150, 77) : zeltest::luma(p, 77, 150, 29);
+            ASSERT_EQ(mono[i], y) << "pixel " << i;
+        }
+        for (int i = 0; i < 8; ++i) {
+            ASSERT_EQ(bgr[n * 3 + i], kCanary);
+            ASSERT_EQ(bgra[n * 4 + i], kCanary);
+            ASSERT_EQ(mono[n + i], kCanary);
+        }
+    }
+
+    std::vector<uint8_t> planes(n * 3 + 8, kCanary);
+    ASSERT_EQ(k.planar(src.data(), h, w, planes.data(), planes.data() + n, planes.data() + 2 * n), 0);
+    for (size_t i = 0; i < n; ++i) {
+        ASSERT_EQ(planes[i], ref[i].r);
+        ASSERT_EQ(planes[n + i], ref[i].g);
+        ASSERT_EQ(planes[2 * n + i], ref[i].b);
+    }
+    ASSERT_EQ(planes[3 * n], kCanary);
+}
+
+INSTANTIATE_TEST_SUITE_P(AllSmallFrames, NearestSizes,
+                         testing::Combine(testing::Bool(), testing::Range(4, 14), testing::Range(4, 14)));
+
+// Worked values on a 4x4 RG frame whose samples are their own indices.
+TEST(NearestWorked, RgFrameByHand) {
+    uint8_t src[16];
+    for (int i = 0; i < 16; ++i) src[i] = static_cast<uint8_t>(i);
+    uint8_t out[48];
+    rg8ToBgr8_nearest(src, 4, 4, out, 0);
+    auto px = [&](int y, int x) { return std::tuple(out[(y * 4 + x) * 3 + 2], out[(y * 4 + x) * 3 + 1], out[(y * 4 + x) * 3]); };
+    // (R, G, B) as listed row by row
+    EXPECT_EQ(px(0, 0), std::tuple(0, 1, 5));     // red: green to the right
+    EXPECT_EQ(px(0, 1), std::tuple(0, 1, 5));
+    EXPECT_EQ(px(0, 2), std::tuple(2, 1, 5));
+    EXPECT_EQ(px(0, 3), std::tuple(2, 3, 7));     // lone last column
+    EXPECT_EQ(px(1, 0), std::tuple(0, 4, 5));
+    EXPECT_EQ(px(1, 1), std::tuple(0, 4, 5));     // blue: green to the left
+    EXPECT_EQ(px(2, 0), std::tuple(8, 4, 5));     // red in column 0: green from above
+    EXPECT_EQ(px(2, 2), std::tuple(10, 9, 5));
+    EXPECT_EQ(px(3, 3), std::tuple(10, 14, 15));  // last row of an even height
+}
+
+TEST(NearestWorked, GbFrameFirstRowsByHand) {
+    uint8_t src[16];
+    for (int i = 0; i < 16; ++i) src[i] = static_cast<uint8_t>(i);
+    uint8_t planes[48];
+    gb8ToBgr8P_nearest(src, 4, 4, planes, planes + 16, planes + 32);
+    auto px = [&](int y, int x) { return std::tuple(planes[y * 4 + x], planes[16 + y * 4 + x], planes[32 + y * 4 + x]); };
+    EXPECT_EQ(px(0, 0), std::tuple(4, 0, 1));
+    EXPECT_EQ(px(0, 1), std::tuple(4, 0, 1));  // blue: green left, red below-left
+    EXPECT_EQ(px(0, 2), std::tuple(6, 2, 1));
+    EXPECT_EQ(px(1, 0), std::tuple(4, 0, 1));  // red in column 0: green above
+    EXPECT_EQ(px(2, 1), std::tuple(4, 8, 9));
+}
+
+TEST(NearestInvariants, UniformFramesStayUniformInEveryLayout) {
+    for (int v : {0, 1, 128, 255}) {
+        std::vector<uint8_t> src(7 * 9, static_cast<uint8_t>(v)), out(7 * 9 * 4);
+        for (const Kernels* k : {&kRG, &kGB}) {
+            k->mono(src.data(), 7, 9, out.data(), 1);
+            for (int i = 0; i < 63; ++i) ASSERT_EQ(out[i], v);
+            k->bgr(src.data(), 7, 9, out.data(), 0);
+            for (int i = 0; i < 63 * 3; ++i) ASSERT_EQ(out[i], v);
+        }
+    }
+}
+
+}  // namespace

@@ -34,14 +34,35 @@ int64_t checkedStride(const InputFormat& format, Size size, std::optional<int64_
     return *stride;
 }
 
-RawInput loadRawInput(const std::string& path, const InputFormat& format, Size size, std::optional<int64_t> stride,
-                      std::optional<int64_t> frames) {
+namespace {
+
+RawInput readFrames(const std::string& path, const InputFormat& format, Size size, std::optional<int64_t> stride) {
     RawInput input;
     input.format = &format;
     input.size = size;
     input.stride = checkedStride(format, size, stride);
     input.bytes = readFile(path, kSlack);
-    const int64_t length = static_cast<int64_t>(input.bytes.size() - kSlack);
+    return input;
+}
+
+int64_t fileLength(const RawInput& input) { return static_cast<int64_t>(input.bytes.size() - kSlack); }
+
+}  // namespace
+
+RawInput loadAllFrames(const std::string& path, const InputFormat& format, Size size, std::optional<int64_t> stride) {
+    RawInput input = readFrames(path, format, size, stride);
+    const int64_t length = fileLength(input);
+    if (length == 0 || length % input.frameBytes() != 0)
+        throw Failure("'" + path + "' holds " + std::to_string(length) + " bytes, not a whole number of frames of " +
+                      describe(format, size, input.stride) + " (" + std::to_string(input.frameBytes()) + " bytes each)");
+    input.frames = length / input.frameBytes();
+    return input;
+}
+
+RawInput loadRawInput(const std::string& path, const InputFormat& format, Size size, std::optional<int64_t> stride,
+                      std::optional<int64_t> frames) {
+    RawInput input = readFrames(path, format, size, stride);
+    const int64_t length = fileLength(input);
     const int64_t frameBytes = input.frameBytes();
     const int64_t wanted = frames.value_or(1);
     if (length % frameBytes == 0 && length / frameBytes == wanted) {

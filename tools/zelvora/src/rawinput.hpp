@@ -32,6 +32,9 @@ int64_t checkedStride(const InputFormat& format, Size size, std::optional<int64_
 RawInput loadRawInput(const std::string& path, const InputFormat& format, Size size, std::optional<int64_t> stride,
                       std::optional<int64_t> frames);
 
+// Reads `path` as any whole number of frames (at least one).
+RawInput loadAllFrames(const std::string& path, const InputFormat& format, Size size, std::optional<int64_t> stride);
+
 // The common options of commands that read raw frames: --format, --size,
 // --stride and --frames.
 RawInput loadRawInput(const std::string& path, const Args& args);

@@ -41,9 +41,8 @@ TEST(ToolFormats, TableAgreesWithTheLibrary) {
         ZelPixelType reduced = 0;
         int32_t shift = 0;
         ASSERT_EQ(demosaicDataInit(&image, nullptr, &reduced, &shift), 0) << f.name;
-        if (f.packing == Packing::Words) EXPECT_EQ(shift, f.bits - 8) << f.name;
-        if (f.packing == Packing::Packed) EXPECT_EQ(shift, -1) << f.name;
-        if (f.packing == Packing::Bytes) EXPECT_EQ(shift, 0) << f.name;
+        const int32_t expected = f.packing == Packing::Words ? f.bits - 8 : f.packing == Packing::Packed ? -1 : 0;
+        EXPECT_EQ(shift, expected) << f.name;
         EXPECT_EQ(reduced == ZEL_PIX_MONO8, f.order == Order::Mono) << f.name;
     }
 }

@@ -200,6 +200,79 @@ ZEL_API int32_t gb8ToMono8_nearest(const uint8_t* src, int32_t height, int32_t w
 /* Lens shading: estimation and correction                                   */
 /* ------------------------------------------------------------------------ */
 
+/* Reference frames are row-major float arrays, width samples per row with no
+ * gap between rows, in the sample units of the camera's bit depth. */
+
+/* Input of zelGetLSCParameter. */
+typedef struct ZelLSCInput {
+    uint32_t mode;      /* 0: one entry per 2x2 block; 1: one entry per pixel */
+    uint32_t bitDepth;  /* bits per sample of the frames to correct; scales the offset */
+    int32_t width;      /* samples per row: even, at least 32 */
+    int32_t height;     /* rows: even, at least 32 */
+    const float* grey;  /* flat-field frame */
+    const float* dark;  /* dark frame */
+} ZelLSCInput;
+
+/* Input of zelGetBasicLSCParameter. */
+typedef struct ZelBasicLSCInput {
+    uint32_t mode;        /* must be 0 */
+    uint32_t bitDepth;    /* 8, 10 or 12 */
+    uint32_t regionKind;  /* 2, 3 or 4 */
+    int32_t width;        /* samples per row: at least 32 */
+    int32_t height;       /* rows: at least 32 */
+    uint32_t blockWidth;  /* region width: 16 or 32 columns */
+    uint32_t blockHeight; /* region height: 16 rows */
+    const float* grey;    /* flat-field frame */
+    float darkLevel;      /* black level of the whole frame, in sample units */
+} ZelBasicLSCInput;
+
+/* A gain/offset table: an array of 32-bit words, caller-allocated, of
+ * 12 + 4n bytes for n entries (the size is not checked). Mode 1 has one entry per pixel
+ * (n = height * width, entry y * width + x for pixel (x, y)); mode 0 one per
+ * 2x2 block (n = (height / 2) * (width / 2), entry i * (width / 2) + j for
+ * rows 2i, 2i+1 and columns 2j, 2j+1).
+ * Entry bits 31..12: gain G, factor G / 131072 (at most 0xFFFFF);
+ * bits 11..0: offset B, the dark level on a 12-bit scale. */
+typedef struct ZelLSCTable {
+    uint32_t mode;      /* word 0: 0 or 1 */
+    int32_t height;     /* word 1: rows of the frames the table fits */
+    int32_t width;      /* word 2: samples per row of those frames */
+    uint32_t entries[]; /* words 3 to 3 + n - 1 */
+} ZelLSCTable;
+
+/* Computes a table from a grey and a dark frame; writes the three header
+ * words and the entries. */
+ZEL_API int32_t zelGetLSCParameter(const ZelLSCInput* input, ZelLSCTable* table);
+/* Computes the regional table: (height / 16) * (width / blockWidth) entries
+ * of 3 bytes, region row-major, no header. Each entry is a 24-bit big-endian
+ * word: bits 23..11 gain K (factor K / 4096), bits 10..0 the offset in
+ * two's complement on an 11-bit sample scale. */
+ZEL_API int32_t zelGetBasicLSCParameter(const ZelBasicLSCInput* input, uint8_t* bytes);
+
+/* The estimation steps. */
+ZEL_API int32_t dataInit2x2(const float* dark, const float* grey, int32_t height, int32_t width, float* blockDark,
+                            float* blockGrey);
+ZEL_API int32_t grayDataInit(const float* grey, int32_t height, int32_t rowLength, int32_t regionWidth,
+                             int32_t regionHeight, int32_t regionRows, int32_t regionColumns, int32_t divisor,
+                             float* averages);
+ZEL_API double getTargetLSCMono(const float* dark, const float* grey, int32_t count);
+ZEL_API int32_t getLSCKBMono(const float* dark, const float* grey, int32_t count, uint32_t bitDepth,
+                             uint32_t* entries, double target);
+ZEL_API int32_t getLSCKBMono_REGION(const float* dark, const float* grey, int32_t count, uint32_t bitDepth,
+                                    uint8_t* bytes, double target, float darkLevel);
+
+/* Applies a table to an 8-, 10- or 12-bit mono or Bayer frame (2 bytes per
+ * sample above 8 bits). Rows are width samples with no gap; the strides are
+ * not read. Of the destination record only the data pointer is used; it may
+ * be the source's. Other pixel types succeed without writing anything. */
+ZEL_API int32_t zelLSCorrection(const ZelImage* source, const ZelImage* destination, const ZelLSCTable* table);
+/* 8, 10 or 12 for the pixel types zelLSCorrection accepts, else -102. */
+ZEL_API int32_t getBits(ZelPixelType pixelType);
+ZEL_API int32_t LSCcorrect8_2x2(const uint8_t* src, uint8_t* dst, uint32_t mode, const uint32_t* entries,
+                                int32_t height, int32_t width);
+ZEL_API int32_t LSCcorrect16_2x2(const uint16_t* src, uint16_t* dst, uint32_t mode, const uint32_t* entries,
+                                 int32_t height, int32_t width, int32_t bitDepth);
+
 /* ------------------------------------------------------------------------ */
 /* Frame utilities                                                           */
 /* ------------------------------------------------------------------------ */

@@ -1,0 +1,49 @@
+// Helpers shared by the lens-shading suites.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "zelvora.h"
+
+namespace lsctest {
+
+// Runs a call with standard output captured: its status and what it printed.
+template <typename Call>
+std::pair<int32_t, std::string> captured(Call call) {
+    testing::internal::CaptureStdout();
+    const int32_t status = call();
+    return {status, testing::internal::GetCapturedStdout()};
+}
+
+inline std::string errorLine(int number) { return "error line = [" + std::to_string(number) + "]"; }
+
+// A ZelLSCTable in a word buffer; the words are pre-filled with a marker.
+struct Table {
+    static constexpr uint32_t kMarker = 0xA5A5A5A5u;
+    std::vector<uint32_t> words;
+    explicit Table(size_t entries) : words(3 + entries, kMarker) {}
+    ZelLSCTable* get() { return reinterpret_cast<ZelLSCTable*>(words.data()); }
+    uint32_t entry(size_t i) const { return words[3 + i]; }
+    bool untouched() const {
+        for (uint32_t w : words)
+            if (w != kMarker) return false;
+        return true;
+    }
+};
+
+// A deterministic frame of floats around `level`, spread +-`spread`.
+inline std::vector<float> noisyFrame(int width, int height, float level, float spread, uint32_t seed) {
+    std::vector<float> v(static_cast<size_t>(width) * height);
+    for (auto& x : v) {
+        seed = seed * 1664525u + 1013904223u;
+        x = level + spread * (static_cast<float>(seed >> 8) / 16777216.0f - 0.5f);
+    }
+    return v;
+}
+
+}  // namespace lsctest

@@ -184,6 +184,29 @@ ZEL_API int32_t gb8ToMono8_nearest(const uint8_t* src, int32_t height, int32_t w
 /* 8-bit bilinear kernels                                                    */
 /* ------------------------------------------------------------------------ */
 
+/* Interleaved kernels for all four native orders (3 or 4 bytes per pixel, the
+ * fourth byte 0); planar and mono kernels for RG and GR. The GR planar and
+ * mono kernels also serve GB data: pTop and weights[0] belong to the colour
+ * that shares row 0 with green, pBottom and weights[2] to the colour of row 1.
+ * No checks; height and width >= 4; always 0. */
+ZEL_API int32_t rg8ToBgr8_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst);
+ZEL_API int32_t bg8ToBgr8_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst);
+ZEL_API int32_t gb8ToBgr8_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst);
+ZEL_API int32_t gr8ToBgr8_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst);
+ZEL_API int32_t rg8ToBgra8_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst);
+ZEL_API int32_t bg8ToBgra8_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst);
+ZEL_API int32_t gb8ToBgra8_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst);
+ZEL_API int32_t gr8ToBgra8_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst);
+ZEL_API int32_t rg8ToBgr8P_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* pRed,
+                                    uint8_t* pGreen, uint8_t* pBlue);
+ZEL_API int32_t gr8ToBgr8P_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* pTop,
+                                    uint8_t* pGreen, uint8_t* pBottom);
+ZEL_API int32_t rg8ToMono8_bilinear(const uint8_t* src, int32_t height, int32_t width, const uint32_t* weights,
+                                    uint8_t* dst);
+ZEL_API int32_t gr8ToMono8_bilinear(const uint8_t* src, int32_t height, int32_t width, const uint32_t* weights,
+                                    uint8_t* dst);
+
+
 /* ------------------------------------------------------------------------ */
 /* 8-bit edge-directed kernels (native orders RG and GB)                     */
 /* ------------------------------------------------------------------------ */
@@ -191,6 +214,47 @@ ZEL_API int32_t gb8ToMono8_nearest(const uint8_t* src, int32_t height, int32_t w
 /* ------------------------------------------------------------------------ */
 /* 16-bit bilinear kernels                                                   */
 /* ------------------------------------------------------------------------ */
+
+/* Where a bilinear body stopped: the first column of the last-columns region
+ * and the first row of the last-rows region. */
+typedef struct BilinearBodyEnd {
+    uint32_t lastColsStart;
+    uint32_t lastRowsStart;
+} BilinearBodyEnd;
+
+/* RGGB 16-bit samples to interleaved B, G, R samples, or to three planes.
+ * Null pointer: -111; height or width <= 3: -104. */
+ZEL_API int32_t zelDemosaicingBilinearU16(const uint16_t* src, int32_t height, int32_t width, uint16_t* dst);
+ZEL_API int32_t zelDemosaicingBilinearU16P(const uint16_t* src, int32_t height, int32_t width, uint16_t* pBlue,
+                                           uint16_t* pGreen, uint16_t* pRed);
+/* The same without checks, and the pieces they are made of: each piece writes
+ * one region of the frame (row 0; column 0 below it; the body; the last rows
+ * from startRow between column 0 and the last columns; the last columns from
+ * startCol below row 0). swapRB = 1 exchanges samples 0 and 2 of every pixel;
+ * the planar pieces ignore it. No checks: frames of at least 4 x 4, start
+ * positions as the body returns them. */
+ZEL_API int32_t demosaicingBilinearRGGBU16(const uint16_t* src, int32_t height, int32_t width, uint16_t* dst);
+ZEL_API int32_t demosaicingBilinearRGGBU16P(const uint16_t* src, int32_t height, int32_t width, uint16_t* pBlue,
+                                            uint16_t* pGreen, uint16_t* pRed);
+ZEL_API void bilinearFirstRowsRGGBU16(const uint16_t* src, uint16_t* dst, int32_t width, uint32_t swapRB);
+ZEL_API void bilinearFirstColsRGGBU16(const uint16_t* src, uint16_t* dst, int32_t height, int32_t width,
+                                      uint32_t swapRB);
+ZEL_API BilinearBodyEnd bilinearBodyRGGBU16(const uint16_t* src, uint16_t* dst, int32_t height, int32_t width,
+                                            uint32_t swapRB);
+ZEL_API void bilinearLastRowsRGGBU16(const uint16_t* src, uint16_t* dst, int32_t height, int32_t width,
+                                     uint32_t startRow, uint32_t swapRB);
+ZEL_API void bilinearLastColsRGGBU16(const uint16_t* src, uint16_t* dst, int32_t height, int32_t width,
+                                     uint32_t startCol, uint32_t swapRB);
+ZEL_API void bilinearFirstRowsRGGBU16P(const uint16_t* src, uint16_t* pBlue, uint16_t* pGreen, uint16_t* pRed,
+                                       int32_t width);
+ZEL_API void bilinearFirstColsRGGBU16P(const uint16_t* src, uint16_t* pBlue, uint16_t* pGreen, uint16_t* pRed,
+                                       int32_t height, int32_t width);
+ZEL_API BilinearBodyEnd bilinearBodyRGGBU16P(const uint16_t* src, uint16_t* pBlue, uint16_t* pGreen, uint16_t* pRed,
+                                             int32_t height, int32_t width, uint32_t swapRB);
+ZEL_API void bilinearLastRowsRGGBU16P(const uint16_t* src, uint16_t* pBlue, uint16_t* pGreen, uint16_t* pRed,
+                                      int32_t height, int32_t width, uint32_t startRow, uint32_t swapRB);
+ZEL_API void bilinearLastColsRGGBU16P(const uint16_t* src, uint16_t* pBlue, uint16_t* pGreen, uint16_t* pRed,
+                                      int32_t height, int32_t width, uint32_t startCol, uint32_t swapRB);
 
 /* ------------------------------------------------------------------------ */
 /* 16-bit edge-directed kernels                                              */

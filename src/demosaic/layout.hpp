@@ -30,13 +30,14 @@ struct Interleaved {
 
     Interleaved(T* d, bool swapRB) : dst(d), redAt(swapRB ? 0 : 2), blueAt(swapRB ? 2 : 0) {}
 
-    void put(ptrdiff_t i, int red, int green, int blue) const {
-        T* p = dst + i * N;
+    // One pixel's samples at p.
+    static void store(T* p, int redAt, int blueAt, int red, int green, int blue) {
         p[redAt] = static_cast<T>(red);
         p[1] = static_cast<T>(green);
         p[blueAt] = static_cast<T>(blue);
         if constexpr (N == 4 && A == Alpha::Zero) p[3] = 0;
     }
+    void put(ptrdiff_t i, int red, int green, int blue) const { store(dst + i * N, redAt, blueAt, red, green, blue); }
     // The same writer seen from another pixel origin (for engines that work
     // on a sub-frame starting at a later row).
     Interleaved at(ptrdiff_t i) const {
@@ -44,6 +45,21 @@ struct Interleaved {
         w.dst += i * N;
         return w;
     }
+};
+
+// Interleaved pixels with the channel order fixed at compile time: the same
+// bytes as Interleaved<T, N, A>(dst, SwapRB), without indexed stores, for
+// kernels whose order is known when they are built.
+template <typename T, int N, bool SwapRB, Alpha A = Alpha::Zero>
+struct FixedInterleaved {
+    static constexpr int redAt = SwapRB ? 0 : 2;
+    static constexpr int blueAt = SwapRB ? 2 : 0;
+    T* dst;
+
+    void put(ptrdiff_t i, int red, int green, int blue) const {
+        Interleaved<T, N, A>::store(dst + i * N, redAt, blueAt, red, green, blue);
+    }
+    FixedInterleaved at(ptrdiff_t i) const { return {dst + i * N}; }
 };
 
 // Three planes, one sample per pixel each.

@@ -1,0 +1,93 @@
+// 8-bit bilinear kernels: thin wrappers choosing the engine's frame order
+// (RG geometry on the whole frame, or GR/GB rows 0-1 plus an RG frame from
+// row 1) and the writer of the output layout.
+//
+// Interleaved kernels exist for all four native orders: BG is the RG
+// geometry with red and blue exchanged, GR the GB composition exchanged.
+// Planar and mono kernels exist for RG and GR; the caller orders the planes
+// or the weights.
+#include <cstdint>
+
+#include "demosaic/bilinear.hpp"
+#include "demosaic/layout.hpp"
+#include "zelvora.h"
+
+namespace {
+
+using zel::Luma;
+using zel::Planar;
+using zel::bilinear::demosaicGR;
+using zel::bilinear::demosaicRG;
+
+// The red position's colour in byte 2 (false) or byte 0 (true).
+template <bool SwapRB>
+using Bgr8 = zel::FixedInterleaved<uint8_t, 3, SwapRB>;
+template <bool SwapRB>
+using Bgra8 = zel::FixedInterleaved<uint8_t, 4, SwapRB>;
+
+// The whole frame in the RG geometry, or in the GR/GB composition.
+template <typename W>
+int32_t rg(const uint8_t* src, int32_t height, int32_t width, const W& out) {
+    demosaicRG(src, out, height, width);
+    return ZEL_OK;
+}
+template <typename W>
+int32_t gr(const uint8_t* src, int32_t height, int32_t width, const W& out) {
+    demosaicGR(src, out, height, width);
+    return ZEL_OK;
+}
+
+}  // namespace
+
+extern "C" {
+
+ZEL_API int32_t rg8ToBgr8_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst) {
+    return rg(src, height, width, Bgr8<false>{dst});
+}
+ZEL_API int32_t bg8ToBgr8_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst) {
+    return rg(src, height, width, Bgr8<true>{dst});
+}
+ZEL_API int32_t gb8ToBgr8_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst) {
+    return gr(src, height, width, Bgr8<false>{dst});
+}
+ZEL_API int32_t gr8ToBgr8_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst) {
+    return gr(src, height, width, Bgr8<true>{dst});
+}
+
+ZEL_API int32_t rg8ToBgra8_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst) {
+    return rg(src, height, width, Bgra8<false>{dst});
+}
+ZEL_API int32_t bg8ToBgra8_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst) {
+    return rg(src, height, width, Bgra8<true>{dst});
+}
+ZEL_API int32_t gb8ToBgra8_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst) {
+    return gr(src, height, width, Bgra8<false>{dst});
+}
+ZEL_API int32_t gr8ToBgra8_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst) {
+    return gr(src, height, width, Bgra8<true>{dst});
+}
+
+// pRed receives the colour at even rows and columns.
+ZEL_API int32_t rg8ToBgr8P_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* pRed,
+                                    uint8_t* pGreen, uint8_t* pBlue) {
+    return rg(src, height, width, Planar<uint8_t>{pRed, pGreen, pBlue});
+}
+// pTop receives the colour that shares row 0 with green, pBottom the colour of
+// row 1 (the engine's red position from row 1 on).
+ZEL_API int32_t gr8ToBgr8P_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* pTop,
+                                    uint8_t* pGreen, uint8_t* pBottom) {
+    return gr(src, height, width, Planar<uint8_t>{pBottom, pGreen, pTop});
+}
+
+// weights: red-position colour, green, blue-position colour.
+ZEL_API int32_t rg8ToMono8_bilinear(const uint8_t* src, int32_t height, int32_t width, const uint32_t* weights,
+                                    uint8_t* dst) {
+    return rg(src, height, width, Luma{dst, weights[0], weights[1], weights[2]});
+}
+// weights: colour of row 0, green, colour of row 1.
+ZEL_API int32_t gr8ToMono8_bilinear(const uint8_t* src, int32_t height, int32_t width, const uint32_t* weights,
+                                    uint8_t* dst) {
+    return gr(src, height, width, Luma{dst, weights[2], weights[1], weights[0]});
+}
+
+}  // extern "C"

@@ -1,18 +1,44 @@
 #include "deep.hpp"
 
 #include "error.hpp"
+#include "zelvora.h"
 
 namespace zelvora {
 
-std::string deepRefusal(Order, const Method&) {
-    return "--deep needs the library's 16-bit kernels, which this build of the library does not have yet";
+std::string deepRefusal(Order order, const Method& method) {
+    if (method.value == ZEL_DEMOSAIC_NEAREST)
+        return "the library's 16-bit kernels are bilinear and edge-directed: use --deep with --method bilinear or edge";
+    if (method.value == ZEL_DEMOSAIC_EDGE)
+        return "the library's 16-bit edge-directed kernels are not in this build yet: use --deep with --method "
+               "bilinear (BayerRG)";
+    if (method.value == ZEL_DEMOSAIC_BILINEAR && order != Order::RG)
+        return "the library's 16-bit bilinear kernel takes BayerRG mosaics only: use --method edge for Bayer" +
+               std::string(orderName(order));
+    return {};
 }
 
-std::vector<uint16_t> demosaicDeep(const std::vector<uint16_t>&, Order order, int32_t, int32_t, const Method& method,
-                                   Diagnostics&) {
-    throw Failure(deepRefusal(order, method));
+std::vector<uint16_t> demosaicDeep(const std::vector<uint16_t>& mosaic, Order order, int32_t width, int32_t height,
+                                   const Method& method, Diagnostics& diagnostics) {
+    if (const std::string why = deepRefusal(order, method); !why.empty()) throw Failure(why);
+    std::vector<uint16_t> out(mosaic.size() * 3);
+    const int32_t status =
+        diagnostics.run([&] { return zelDemosaicingBilinearU16(mosaic.data(), height, width, out.data()); });
+    checkStatus("zelDemosaicingBilinearU16", status, diagnostics);
+    return out;
 }
 
-std::vector<DeepKernel> deepKernels() { return {}; }
+std::vector<DeepKernel> deepKernels() {
+    return {
+        {"zelDemosaicingBilinearU16",
+         [](const uint16_t* src, int32_t w, int32_t h, uint16_t* out) {
+             return zelDemosaicingBilinearU16(src, h, w, out);
+         }},
+        {"zelDemosaicingBilinearU16P",
+         [](const uint16_t* src, int32_t w, int32_t h, uint16_t* out) {
+             const ptrdiff_t n = static_cast<ptrdiff_t>(w) * h;
+             return zelDemosaicingBilinearU16P(src, h, w, out, out + n, out + 2 * n);
+         }},
+    };
+}
 
 }  // namespace zelvora

@@ -211,6 +211,28 @@ ZEL_API int32_t gr8ToMono8_bilinear(const uint8_t* src, int32_t height, int32_t 
 /* 8-bit edge-directed kernels (native orders RG and GB)                     */
 /* ------------------------------------------------------------------------ */
 
+/* Edge-directed drivers. rg8 takes mosaics whose row 0 is R G R G, gb8 those
+ * whose row 0 is G B G B; swapRB puts the native red in byte 0 instead of 2
+ * (mono: exchanges the red and blue weights). Frames need width and height of
+ * at least 6: smaller ones print the driver's check number and return -104
+ * with nothing written. The interleaved drivers keep one row of greens in the
+ * last `width` bytes of their own output; the four-byte ones never write byte
+ * 3, so in the last quarter of the last row it is left holding carried greens
+ * rather than the caller's byte. Planar and mono take `width` bytes of scratch
+ * as greenLine. */
+ZEL_API int32_t rg8ToBgr8_edge(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst, int32_t swapRB);
+ZEL_API int32_t gb8ToBgr8_edge(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst, int32_t swapRB);
+ZEL_API int32_t rg8ToBgra8_edge(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst, int32_t swapRB);
+ZEL_API int32_t gb8ToBgra8_edge(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst, int32_t swapRB);
+ZEL_API int32_t rg8ToBgr8P_edge(const uint8_t* src, int32_t height, int32_t width, uint8_t* redPlane,
+                                uint8_t* greenPlane, uint8_t* bluePlane, uint8_t* greenLine);
+ZEL_API int32_t gb8ToBgr8P_edge(const uint8_t* src, int32_t height, int32_t width, uint8_t* redPlane,
+                                uint8_t* greenPlane, uint8_t* bluePlane, uint8_t* greenLine);
+ZEL_API int32_t rg8ToMono8_edge(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst, int32_t swapRB,
+                                uint8_t* greenLine);
+ZEL_API int32_t gb8ToMono8_edge(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst, int32_t swapRB,
+                                uint8_t* greenLine);
+
 /* ------------------------------------------------------------------------ */
 /* 16-bit bilinear kernels                                                   */
 /* ------------------------------------------------------------------------ */

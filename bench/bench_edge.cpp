@@ -1,0 +1,48 @@
+// Edge-directed demosaicing: the 8-bit drivers per output layout and phase.
+#include <vector>
+
+#include "frames.hpp"
+#include "zelvora.h"
+
+namespace {
+
+// Times `call(src, height, width, dst, greenLine)` on a pseudo-random mosaic
+// with an output of `samplesPerPixel` bytes per pixel.
+template <typename Call>
+void frames(benchmark::State& state, int samplesPerPixel, Call call) {
+    const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
+    const auto src = zelbench::mosaic(w, h);
+    std::vector<uint8_t> dst(static_cast<size_t>(w) * h * samplesPerPixel), line(static_cast<size_t>(w));
+    for (auto _ : state) {
+        call(src.data(), h, w, dst.data(), line.data());
+        benchmark::DoNotOptimize(dst.data());
+    }
+    zelbench::setPixelRate(state, w, h);
+}
+
+void rgBgr(benchmark::State& s) {
+    frames(s, 3, [](auto src, int h, int w, auto dst, auto) { rg8ToBgr8_edge(src, h, w, dst, 0); });
+}
+void gbBgr(benchmark::State& s) {
+    frames(s, 3, [](auto src, int h, int w, auto dst, auto) { gb8ToBgr8_edge(src, h, w, dst, 0); });
+}
+void rgBgra(benchmark::State& s) {
+    frames(s, 4, [](auto src, int h, int w, auto dst, auto) { rg8ToBgra8_edge(src, h, w, dst, 0); });
+}
+void rgPlanar(benchmark::State& s) {
+    frames(s, 3, [](auto src, int h, int w, auto dst, auto line) {
+        const size_t n = static_cast<size_t>(w) * h;
+        rg8ToBgr8P_edge(src, h, w, dst, dst + n, dst + 2 * n, line);
+    });
+}
+void rgMono(benchmark::State& s) {
+    frames(s, 1, [](auto src, int h, int w, auto dst, auto line) { rg8ToMono8_edge(src, h, w, dst, 0, line); });
+}
+
+BENCHMARK(rgBgr)->Name("edge/rg8ToBgr8")->Apply(zelbench::frameSizes);
+BENCHMARK(gbBgr)->Name("edge/gb8ToBgr8")->Apply(zelbench::frameSizes);
+BENCHMARK(rgBgra)->Name("edge/rg8ToBgra8")->Apply(zelbench::frameSizes);
+BENCHMARK(rgPlanar)->Name("edge/rg8ToBgr8P")->Apply(zelbench::frameSizes);
+BENCHMARK(rgMono)->Name("edge/rg8ToMono8")->Apply(zelbench::frameSizes);
+
+}  // namespace

@@ -1,4 +1,6 @@
-// Edge-directed demosaicing: the 8-bit drivers per output layout and phase.
+// Edge-directed demosaicing: the 8-bit drivers per output layout and phase,
+// and the 16-bit entries.
+#include <cstring>
 #include <vector>
 
 #include "frames.hpp"
@@ -7,12 +9,14 @@
 namespace {
 
 // Times `call(src, height, width, dst, greenLine)` on a pseudo-random mosaic
-// with an output of `samplesPerPixel` bytes per pixel.
-template <typename Call>
+// of samples T with an output of `samplesPerPixel` samples per pixel.
+template <typename T = uint8_t, typename Call>
 void frames(benchmark::State& state, int samplesPerPixel, Call call) {
     const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
-    const auto src = zelbench::mosaic(w, h);
-    std::vector<uint8_t> dst(static_cast<size_t>(w) * h * samplesPerPixel), line(static_cast<size_t>(w));
+    const auto bytes = zelbench::mosaic(w, h, sizeof(T));
+    std::vector<T> src(static_cast<size_t>(w) * h);
+    std::memcpy(src.data(), bytes.data(), bytes.size());
+    std::vector<T> dst(static_cast<size_t>(w) * h * samplesPerPixel), line(static_cast<size_t>(w));
     for (auto _ : state) {
         call(src.data(), h, w, dst.data(), line.data());
         benchmark::DoNotOptimize(dst.data());
@@ -39,10 +43,19 @@ void rgMono(benchmark::State& s) {
     frames(s, 1, [](auto src, int h, int w, auto dst, auto line) { rg8ToMono8_edge(src, h, w, dst, 0, line); });
 }
 
+void rggb16(benchmark::State& s) {
+    frames<uint16_t>(s, 3, [](auto src, int h, int w, auto dst, auto) { demosaicingEdgeRGGBU16(src, h, w, dst); });
+}
+void bggr16(benchmark::State& s) {
+    frames<uint16_t>(s, 3, [](auto src, int h, int w, auto dst, auto) { demosaicingEdgeBGGRU16(src, h, w, dst); });
+}
+
 BENCHMARK(rgBgr)->Name("edge/rg8ToBgr8")->Apply(zelbench::frameSizes);
 BENCHMARK(gbBgr)->Name("edge/gb8ToBgr8")->Apply(zelbench::frameSizes);
 BENCHMARK(rgBgra)->Name("edge/rg8ToBgra8")->Apply(zelbench::frameSizes);
 BENCHMARK(rgPlanar)->Name("edge/rg8ToBgr8P")->Apply(zelbench::frameSizes);
 BENCHMARK(rgMono)->Name("edge/rg8ToMono8")->Apply(zelbench::frameSizes);
+BENCHMARK(rggb16)->Name("edge/demosaicingEdgeRGGBU16")->Apply(zelbench::frameSizes);
+BENCHMARK(bggr16)->Name("edge/demosaicingEdgeBGGRU16")->Apply(zelbench::frameSizes);
 
 }  // namespace

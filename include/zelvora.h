@@ -282,6 +282,48 @@ ZEL_API void bilinearLastColsRGGBU16P(const uint16_t* src, uint16_t* pBlue, uint
 /* 16-bit edge-directed kernels                                              */
 /* ------------------------------------------------------------------------ */
 
+/* 16-bit edge-directed demosaicing, one entry per Bayer order, into
+ * interleaved 16-bit pixels: value 0 blue, 1 green, 2 red, whatever the order.
+ * Greens already produced are read back from the output, so source and
+ * output must be separate buffers. Interpolated values are clamped to
+ * 0..4095 by the RGGB entry and to 0..65535 by the other three. Nothing is
+ * validated (frames of 8 x 8 and more); the result is always 0. */
+ZEL_API uint32_t demosaicingEdgeRGGBU16(const uint16_t* src, int32_t height, int32_t width, uint16_t* dst);
+ZEL_API uint32_t demosaicingEdgeGRBGU16(const uint16_t* src, int32_t height, int32_t width, uint16_t* dst);
+ZEL_API uint32_t demosaicingEdgeGBRGU16(const uint16_t* src, int32_t height, int32_t width, uint16_t* dst);
+ZEL_API uint32_t demosaicingEdgeBGGRU16(const uint16_t* src, int32_t height, int32_t width, uint16_t* dst);
+
+/* Where edgeSecRGGBU16 stopped: the column from which edgeLastColsRGGBU16
+ * computes greens (it completes pixels from the column before) and the
+ * number of rows the interior pair loop covered. */
+typedef struct EdgeSecEnd {
+    int32_t stopColumn;
+    int32_t stopRow;
+} EdgeSecEnd;
+
+/* The pieces the four entries call, in this order. columnPhase is 2 when red
+ * lies in even columns and 3 when in odd ones; maxValue is the clamp bound.
+ * First rows: every column of the rows above the first interior pair (rows
+ * 0-1 with red in row 0, rows 0-2 with red in row 1). First and last columns:
+ * a frame of `rows` rows starting at the first red row, from its row 1 on.
+ * Interior: src and dst at the first interior row (2 or 3), `rows` the rows
+ * left (height - 4, or height - 5 with red in odd rows). Last rows: the
+ * interior columns from `firstRow` (stopRow + 2, or + 3) to the bottom. */
+ZEL_API uint32_t edgeFirstRowsRGGBU16(const uint16_t* src, uint16_t* dst, int32_t width, int32_t columnPhase,
+                                      int32_t maxValue);
+ZEL_API uint32_t edgeFirstRowsGBRGU16(const uint16_t* src, uint16_t* dst, int32_t width, int32_t columnPhase,
+                                      int32_t maxValue);
+ZEL_API uint32_t edgeFirstColsRGGBU16(const uint16_t* src, uint16_t* dst, int32_t rows, int32_t width,
+                                      int32_t maxValue);
+ZEL_API uint32_t edgeFirstColsGRBGU16(const uint16_t* src, uint16_t* dst, int32_t rows, int32_t width,
+                                      int32_t maxValue);
+ZEL_API EdgeSecEnd edgeSecRGGBU16(const uint16_t* src, uint16_t* dst, int32_t rows, int32_t width,
+                                  int32_t columnPhase, int32_t maxValue);
+ZEL_API uint32_t edgeLastRowsRGGBU16(const uint16_t* src, uint16_t* dst, int32_t height, int32_t width,
+                                     int32_t firstRow, int32_t columnPhase, int32_t maxValue);
+ZEL_API uint32_t edgeLastColsRGGBU16(const uint16_t* src, uint16_t* dst, int32_t rows, int32_t width,
+                                     int32_t firstColumn, int32_t maxValue);
+
 /* ------------------------------------------------------------------------ */
 /* Lens shading: estimation and correction                                   */
 /* ------------------------------------------------------------------------ */

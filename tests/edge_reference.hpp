@@ -4,6 +4,8 @@
 // floor division written out instead of shifts.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <random>
 #include <vector>
@@ -67,8 +69,10 @@ public:
         const int across = floorDiv(D(r, c - 1) + D(r, c + 1), 2);
         const int upDown = floorDiv(D(r - 1, c) + D(r + 1, c), 2);
         switch (colour(r, c)) {
-            case Colour::Red: return {s, green(r, c), clampTo(green(r, c) + diagonal(), max_)};
-            case Colour::Blue: return {clampTo(green(r, c) + diagonal(), max_), green(r, c), s};
+            case Colour::Red:
+                return {s, green(r, c), clampTo(green(r, c) + diagonal(), max_)};
+            case Colour::Blue:
+                return {clampTo(green(r, c) + diagonal(), max_), green(r, c), s};
             case Colour::Green:
                 if (redRow) return {clampTo(s + across, max_), s, clampTo(s + upDown, max_)};
                 return {clampTo(s + upDown, max_), s, clampTo(s + across, max_)};
@@ -121,6 +125,22 @@ inline std::vector<int> noisyMosaic(int height, int width, int maxValue, uint32_
         s = k == 0 ? 0 : (k == 1 ? maxValue : value(rng));
     }
     return v;
+}
+
+// The first difference of two outputs as "pixel (row, col) sample k", so a
+// failing frame prints one line rather than thousands.
+template <typename T>
+::testing::AssertionResult sameSamples(const std::vector<T>& got, const std::vector<T>& want, int width,
+                                       int samplesPerPixel) {
+    if (got.size() != want.size()) return ::testing::AssertionFailure() << "sizes differ";
+    for (size_t i = 0; i < got.size(); ++i) {
+        if (got[i] == want[i]) continue;
+        const size_t pixel = i / samplesPerPixel;
+        return ::testing::AssertionFailure()
+               << "pixel (" << pixel / width << ", " << pixel % width << ") sample " << i % samplesPerPixel << ": got "
+               << int(got[i]) << ", want " << int(want[i]);
+    }
+    return ::testing::AssertionSuccess();
 }
 
 }  // namespace edgeref

@@ -94,6 +94,11 @@ void convertDeep(Job& job) {
     const Size size = job.input.size;
     Handle handle;
     Diagnostics diagnostics;
+    // The RG-order 16-bit edge-directed kernel limits its results to 12 bits
+    // on purpose; deeper data comes out clipped.
+    if (format.order == Order::RG && format.bits > 12 && job.method->value == ZEL_DEMOSAIC_EDGE)
+        std::fprintf(stderr, "zelvora: note: the library's BayerRG 16-bit edge-directed kernel clips its results "
+                             "to 4095\n");
     Progress progress(job.input.frames);
     std::vector<uint8_t> rawBytes;
     for (int64_t i = 0; i < job.input.frames; ++i) {

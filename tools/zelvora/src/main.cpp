@@ -20,7 +20,8 @@ constexpr const char* kUsage = R"(usage: zelvora COMMAND ...
       Demosaics a raw frame (format by GigE Vision name, e.g. BayerRG12Packed,
       or hex code, e.g. 0x010C002B) and writes OUT as PNG, BMP, PPM, PGM or
       raw bytes (.raw, .bin) by its extension. Method bilinear by default.
-      --deep keeps 16 bits through the 16-bit kernels (16-bit PNG or PPM).
+      --deep keeps 16 bits through the 16-bit kernels (bilinear for BayerRG,
+      edge for every order) and writes 16-bit PNG, PPM or PGM.
       --frames N converts a file of N frames to OUT-0000, OUT-0001, ...
 
   lsc calibrate --format NAME --size WxH --grey FILE... --dark FILE...

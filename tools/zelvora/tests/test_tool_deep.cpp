@@ -25,8 +25,10 @@ struct Deep {
 
 const Deep kCases[] = {
     {"BayerRG12", "bilinear", [](const uint16_t* m, uint16_t* o) { zelDemosaicingBilinearU16(m, kH, kW, o); }},
-    {"BayerRG12Packed", "bilinear", [](const uint16_t* m, uint16_t* o) { zelDemosaicingBilinearU16(m, kH, kW, o); }},
-    {"BayerRG10", "bilinear", [](const uint16_t* m, uint16_t* o) { zelDemosaicingBilinearU16(m, kH, kW, o); }},
+    {"BayerRG12Packed", "edge", [](const uint16_t* m, uint16_t* o) { demosaicingEdgeRGGBU16(m, kH, kW, o); }},
+    {"BayerGR10", "edge", [](const uint16_t* m, uint16_t* o) { demosaicingEdgeGRBGU16(m, kH, kW, o); }},
+    {"BayerGB12Packed", "edge", [](const uint16_t* m, uint16_t* o) { demosaicingEdgeGBRGU16(m, kH, kW, o); }},
+    {"BayerBG16", "edge", [](const uint16_t* m, uint16_t* o) { demosaicingEdgeBGGRU16(m, kH, kW, o); }},
 };
 
 }  // namespace
@@ -72,7 +74,7 @@ TEST(ToolDeep, RefusalsNameTheReason) {
     };
     for (const Case& c : {Case{"BayerRG12", "nearest", "o.png", "--method bilinear or edge"},
                           Case{"BayerGB12", "bilinear", "o.png", "BayerRG mosaics only: use --method edge for BayerGB"},
-                          Case{"BayerRG12", "bilinear", "o.bmp", "BMP holds 8-bit samples"}}) {
+                          Case{"BayerRG12", "edge", "o.bmp", "BMP holds 8-bit samples"}}) {
         const Outcome run = tooltest::runTool({"convert", dir / "in.raw", dir / c.out, "--format", c.format, "--size",
                                                "48x32", "--method", c.method, "--deep"},
                                               dir);
@@ -80,6 +82,17 @@ TEST(ToolDeep, RefusalsNameTheReason) {
         EXPECT_NE(run.err.find(c.says), std::string::npos) << run.err;
     }
     EXPECT_EQ(dir.list(), std::vector<std::string>{"in.raw"});
+    // The edge-directed drivers check nothing themselves; 8 x 8 is the least
+    // they handle.
+    for (const char* size : {"8x8", "7x8", "8x7"}) {
+        tooltest::writeBytes(dir / "small.raw", std::vector<uint8_t>(2 * 7 * 8 + (size[2] == size[0] ? 16 : 0), 9));
+        const Outcome run = tooltest::runTool({"convert", dir / "small.raw", dir / "s.png", "--format", "BayerBG12",
+                                               "--size", size, "--method", "edge", "--deep"},
+                                              dir);
+        const bool large = std::string(size) == "8x8";
+        EXPECT_EQ(run.exitCode, large ? 0 : 1) << size;
+        EXPECT_EQ(run.err.find("at least 8x8") != std::string::npos, !large) << run.err;
+    }
 }
 
 // Mono needs no demosaicing: the samples go out as they are, here as a

@@ -21,17 +21,8 @@ std::vector<uint8_t> packedFrame() {
     return zelvora::mosaic(zelvora::renderScene(kW, kH), zelvora::findInputFormat("BayerRG12Packed"));
 }
 
-// What the library itself makes of the frame in the given layout.
-std::vector<uint8_t> libraryOutput(std::vector<uint8_t> frame, ZelPixelType layout, int bytesPerPixel) {
-    ZelHandle* handle = nullptr;
-    zelCreate(&handle);
-    zelDemosaicSetConfig(handle, &layout);
-    std::vector<uint8_t> out(static_cast<size_t>(kW * kH * bytesPerPixel));
-    ZelImage in{kH, kW, ZEL_PIX_BAYER_RG12_PACKED, frame.data(), kW * 3 / 2};
-    ZelImage result{0, 0, 0, out.data(), 0};
-    EXPECT_EQ(zelDemosaicing(handle, &in, ZEL_DEMOSAIC_NEAREST, &result), 0);
-    zelRelease(&handle);
-    return out;
+std::vector<uint8_t> libraryOutput(const std::vector<uint8_t>& frame, ZelPixelType layout, int bytesPerPixel) {
+    return tooltest::libraryOutput(frame, ZEL_PIX_BAYER_RG12_PACKED, kW, kH, kW * 3 / 2, layout, bytesPerPixel);
 }
 
 std::vector<std::string> convertArgs(const ScratchDir& dir, const std::string& out, std::vector<std::string> extra) {

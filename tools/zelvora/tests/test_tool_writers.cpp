@@ -18,16 +18,7 @@ namespace {
 std::vector<uint8_t> demosaicTo(const OutputLayout& layout) {
     std::vector<uint8_t> frame(24);
     for (size_t i = 0; i < frame.size(); ++i) frame[i] = static_cast<uint8_t>(10 * i + 3);
-    ZelHandle* handle = nullptr;
-    zelCreate(&handle);
-    const ZelPixelType code = layout.code;
-    zelDemosaicSetConfig(handle, &code);
-    std::vector<uint8_t> out(24 * static_cast<size_t>(layout.bytesPerPixel));
-    ZelImage in{4, 6, ZEL_PIX_BAYER_RG8, frame.data(), 6};
-    ZelImage result{0, 0, 0, out.data(), 0};
-    EXPECT_EQ(zelDemosaicing(handle, &in, ZEL_DEMOSAIC_NEAREST, &result), 0);
-    zelRelease(&handle);
-    return out;
+    return tooltest::libraryOutput(frame, ZEL_PIX_BAYER_RG8, 6, 4, 6, layout.code, layout.bytesPerPixel);
 }
 
 Picture tiny(int channels, int bits) {

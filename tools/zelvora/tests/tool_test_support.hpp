@@ -16,6 +16,8 @@
 #include <string>
 #include <vector>
 
+#include "zelvora.h"
+
 namespace tooltest {
 
 // A fresh directory, removed with everything in it at the end of the test.
@@ -76,6 +78,21 @@ inline Outcome runTool(const std::vector<std::string>& args, const ScratchDir& d
     std::filesystem::remove(out);
     std::filesystem::remove(err);
     return run;
+}
+
+// What the library itself makes of a frame with the nearest method, in the
+// given output layout.
+inline std::vector<uint8_t> libraryOutput(std::vector<uint8_t> frame, uint32_t format, int32_t width, int32_t height,
+                                          int32_t stride, ZelPixelType layout, int bytesPerPixel) {
+    ZelHandle* handle = nullptr;
+    zelCreate(&handle);
+    zelDemosaicSetConfig(handle, &layout);
+    std::vector<uint8_t> out(static_cast<size_t>(width * height * bytesPerPixel));
+    ZelImage in{height, width, format, frame.data(), stride};
+    ZelImage result{0, 0, 0, out.data(), 0};
+    EXPECT_EQ(zelDemosaicing(handle, &in, ZEL_DEMOSAIC_NEAREST, &result), 0);
+    zelRelease(&handle);
+    return out;
 }
 
 struct PngPicture {

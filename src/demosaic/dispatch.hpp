@@ -3,6 +3,7 @@
 // order or luma weights of that cell fixed at compile time.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -27,8 +28,32 @@ inline constexpr int kBayerCount = static_cast<int>(Bayer::Count);
 inline constexpr int kMethodCount = 3;
 
 // One method's cells: [Bayer order][output layout]. A null cell is a layout
-// the method does not produce yet.
-using MethodTable = Launch[kBayerCount][kLayoutCount];
+// the method does not produce.
+using LayoutRow = std::array<Launch, kLayoutCount>;
+using MethodTable = std::array<LayoutRow, kBayerCount>;
+
+// The cells of one pair of Bayer orders that differ only by the exchange of
+// red and blue (RG and BG, GB and GR): index 0 serves data in the first
+// order, index 1 data in the second. Each layout of the second order is the
+// opposite-order cell of the first: BGR8 of one is RGB8 of the other, and the
+// planes are handed over in the opposite order.
+struct OrderPair {
+    std::array<Launch, 2> bgr;     // BGR8 output; [1] is then RGB8 of the first order
+    std::array<Launch, 2> bgra;    // BGRA8 likewise
+    std::array<Launch, 2> planes;  // RGB8 planar; [1] is then BGR8 planar of the first order
+    std::array<Launch, 2> mono;    // Mono8
+};
+
+constexpr LayoutRow rowOf(const OrderPair& k, int i) {
+    const int other = 1 - i;
+    // BGR8, RGB8, BGRA8, RGBA8, RGB8 planar, BGR8 planar, Mono8
+    return {k.bgr[i], k.bgr[other], k.bgra[i], k.bgra[other], k.planes[i], k.planes[other], k.mono[i]};
+}
+
+// A whole method from its RG/BG and GB/GR pairs.
+constexpr MethodTable methodTable(const OrderPair& rgBg, const OrderPair& gbGr) {
+    return {rowOf(rgBg, 0), rowOf(rgBg, 1), rowOf(gbGr, 0), rowOf(gbGr, 1)};
+}
 
 extern const MethodTable kNearestTable;
 extern const MethodTable kBilinearTable;

@@ -1,0 +1,49 @@
+// Command-line parsing: positional arguments and --name value options (also
+// --name=value), checked against the options a command knows.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zelvora {
+
+struct OptionSpec {
+    std::string_view name;  // without the leading dashes
+    bool takesValue = true;
+    bool repeatable = false;
+};
+
+class Args {
+public:
+    // Throws UsageError for unknown options, missing values and repeats.
+    Args(std::span<const std::string> words, std::span<const OptionSpec> known);
+
+    const std::vector<std::string>& positional() const { return positional_; }
+    bool has(std::string_view name) const;
+    std::optional<std::string> value(std::string_view name) const;
+    std::string require(std::string_view name) const;  // throws UsageError if absent
+    std::vector<std::string> values(std::string_view name) const;
+
+private:
+    std::vector<std::string> positional_;
+    std::map<std::string, std::vector<std::string>, std::less<>> options_;
+};
+
+struct Size {
+    int32_t width;
+    int32_t height;
+};
+
+// "1920x1080": two positive integers that fit a signed 32-bit value.
+Size parseSize(std::string_view text);
+// A positive integer no larger than `limit`; `what` names it in the error.
+int64_t parsePositive(std::string_view text, std::string_view what, int64_t limit = INT32_MAX);
+// A non-negative decimal number such as 0.25.
+double parseSeconds(std::string_view text, std::string_view what);
+
+}  // namespace zelvora

@@ -1,0 +1,186 @@
+// zelvora bench [--size WxH] [--min-time SECONDS]: megapixels per second of
+// every method and layout for 8-bit and 16-bit input, of the 16-bit kernels,
+// and of OpenCV's Bayer conversions when the build found OpenCV.
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <map>
+#include <optional>
+
+#include "args.hpp"
+
+#include "commands.hpp"
+#include "deep.hpp"
+#include "error.hpp"
+#include "formats.hpp"
+#include "library.hpp"
+#include "scene.hpp"
+#include "samples.hpp"
+
+#ifdef ZELVORA_TOOL_OPENCV
+#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
+#endif
+
+namespace zelvora {
+namespace {
+
+constexpr OptionSpec kOptions[] = {{"size"}, {"min-time"}};
+
+// The shortest time of one call, over runs that last at least minTime in all
+// (and at least three runs): the least disturbed measurement on a busy machine.
+template <typename Call>
+double bestSeconds(Call&& call, double minTime) {
+    using Clock = std::chrono::steady_clock;
+    double best = 1e30;
+    double total = 0;
+    for (int runs = 0; runs < 3 || total < minTime; ++runs) {
+        const auto start = Clock::now();
+        call();
+        const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+        best = std::min(best, seconds);
+        total += seconds;
+    }
+    return best;
+}
+
+struct Bench {
+    Size size;
+    double minTime;
+    double megapixels() const { return static_cast<double>(size.width) * size.height / 1e6; }
+    double rate(double seconds) const { return megapixels() / seconds; }
+};
+
+void printRate(std::optional<double> rate) {
+    if (rate) {
+        std::printf(" %9.1f", *rate);
+    } else {
+        std::printf(" %9s", "n/a");
+    }
+}
+
+// zelDemosaicing's rate for one input format, by layout and method; n/a where
+// the library refuses. Returns the BGR8 rate of each method.
+std::map<int32_t, double> benchEntry(const Bench& bench, const InputFormat& format, const std::vector<uint8_t>& raw,
+                                     const char* title) {
+    Handle handle;
+    Diagnostics diagnostics;
+    std::vector<uint8_t> out(static_cast<size_t>(bench.size.width) * static_cast<size_t>(bench.size.height) * 4);
+    std::vector<uint8_t> input = raw;
+    const auto stride = static_cast<int32_t>(rowBytes(format, bench.size.width));
+    std::map<int32_t, double> bgr8;
+    std::printf("\n%s\n%-13s", title, "layout");
+    for (const Method& method : methods()) std::printf(" %9s", std::string(method.name).c_str());
+    std::printf("\n");
+    for (const OutputLayout& layout : outputLayouts()) {
+        const ZelPixelType code = layout.code;
+        checkStatus("zelDemosaicSetConfig", diagnostics.run([&] { return zelDemosaicSetConfig(handle.get(), &code); }),
+                    diagnostics);
+        std::printf("%-13s", std::string(layout.name).c_str());
+        for (const Method& method : methods()) {
+            ZelImage in{bench.size.height, bench.size.width, format.code, input.data(), stride};
+            ZelImage result{0, 0, 0, out.data(), 0};
+            const auto call = [&] { return zelDemosaicing(handle.get(), &in, method.value, &result); };
+            std::optional<double> rate;
+            if (diagnostics.run(call) == ZEL_OK) rate = bench.rate(bestSeconds(call, bench.minTime));
+            if (rate && layout.code == ZEL_PIX_BGR8) bgr8[method.value] = *rate;
+            printRate(rate);
+            std::fflush(stdout);
+        }
+        std::printf("\n");
+    }
+    return bgr8;
+}
+
+#ifdef ZELVORA_TOOL_OPENCV
+// OpenCV names a Bayer pattern by its second row's second and third pixels:
+// its "BG" codes are for data whose first row starts R G, as here.
+void benchOpenCv(const Bench& bench, const std::vector<uint8_t>& raw8, const std::vector<uint16_t>& raw16,
+                 const std::map<int32_t, double>& zel8, std::optional<double> zelDeepBilinear,
+                 std::optional<double> zelDeepEdge) {
+    cv::setNumThreads(1);
+    const int w = bench.size.width;
+    const int h = bench.size.height;
+    const cv::Mat src8(h, w, CV_8UC1, const_cast<uint8_t*>(raw8.data()));
+    const cv::Mat src16(h, w, CV_16UC1, const_cast<uint16_t*>(raw16.data()));
+    cv::Mat dst;
+    struct Row {
+        const char* name;
+        const cv::Mat* src;
+        int code;
+        std::optional<double> ours;
+    };
+    const auto ours8 = [&](int32_t method) -> std::optional<double> {
+        const auto it = zel8.find(method);
+        return it == zel8.end() ? std::nullopt : std::optional<double>(it->second);
+    };
+    const Row rows[] = {
+        {"8-bit bilinear, BGR8", &src8, cv::COLOR_BayerBG2BGR, ours8(ZEL_DEMOSAIC_BILINEAR)},
+        {"8-bit edge-aware, BGR8", &src8, cv::COLOR_BayerBG2BGR_EA, ours8(ZEL_DEMOSAIC_EDGE)},
+        {"16-bit bilinear, BGR16", &src16, cv::COLOR_BayerBG2BGR, zelDeepBilinear},
+        {"16-bit edge-aware, BGR16", &src16, cv::COLOR_BayerBG2BGR_EA, zelDeepEdge},
+    };
+    std::printf("\nOpenCV %s cv::cvtColor on the same frames (one thread)\n", CV_VERSION);
+    std::printf("%-26s %9s %9s %9s\n", "conversion", "OpenCV", "zelvora", "ratio");
+    for (const Row& row : rows) {
+        const double rate = bench.rate(bestSeconds([&] { cv::cvtColor(*row.src, dst, row.code); }, bench.minTime));
+        std::printf("%-26s %9.1f", row.name, rate);
+        printRate(row.ours);
+        if (row.ours) {
+            std::printf(" %8.2fx\n", *row.ours / rate);
+        } else {
+            std::printf(" %9s\n", "n/a");
+        }
+    }
+}
+#endif
+
+}  // namespace
+
+int runBench(std::span<const std::string> words) {
+    const Args args(words, kOptions);
+    if (!args.positional().empty()) throw UsageError("bench takes no file arguments");
+    Bench bench{args.has("size") ? parseSize(*args.value("size")) : Size{1920, 1080},
+                args.has("min-time") ? parseSeconds(*args.value("min-time"), "--min-time") : 0.2};
+    if (bench.size.width < 16 || bench.size.height < 16 || bench.size.width % 2 != 0 || bench.size.height % 2 != 0)
+        throw UsageError("bench needs an even size of at least 16x16");
+
+    // The demo scene makes the frames: real edges, so that edge-directed
+    // decisions go both ways as they would on a camera's pictures.
+    const Scene scene = renderScene(bench.size.width, bench.size.height);
+    const InputFormat& rg8 = findInputFormat("BayerRG8");
+    const InputFormat& rg12 = findInputFormat("BayerRG12");
+    const std::vector<uint8_t> raw8 = mosaic(scene, rg8);
+    const std::vector<uint8_t> raw12 = mosaic(scene, rg12);
+
+    std::printf("zelvora bench: %dx%d frames, megapixels per second (best single call; n/a: not in this library)\n",
+                bench.size.width, bench.size.height);
+    const auto zel8 = benchEntry(bench, rg8, raw8, "zelDemosaicing, BayerRG8 input");
+    benchEntry(bench, rg12, raw12, "zelDemosaicing, BayerRG12 input (16-bit samples reduced to 8 bits)");
+
+    std::printf("\n16-bit kernels, BayerRG12 samples kept at 16 bits\n");
+    const std::vector<uint16_t> samples12 = decodeSamples(raw12.data(), rg12, bench.size.width, bench.size.height,
+                                                          rowBytes(rg12, bench.size.width));
+    std::vector<uint16_t> out16(samples12.size() * 3);
+    std::optional<double> deepBilinear;
+    std::optional<double> deepEdge;
+    const std::vector<DeepKernel> kernels = deepKernels();
+    if (kernels.empty()) std::printf("not available in this build of the library\n");
+    for (const DeepKernel& kernel : kernels) {
+        const auto call = [&] { return kernel.run(samples12.data(), bench.size.width, bench.size.height, out16.data()); };
+        const double rate = bench.rate(bestSeconds(call, bench.minTime));
+        std::printf("%-32s %9.1f\n", kernel.name, rate);
+        const std::string name = kernel.name;
+        if (name == "zelDemosaicingBilinearU16") deepBilinear = rate;
+        if (name == "demosaicingEdgeRGGBU16") deepEdge = rate;
+    }
+#ifdef ZELVORA_TOOL_OPENCV
+    benchOpenCv(bench, raw8, samples12, zel8, deepBilinear, deepEdge);
+#else
+    (void)zel8;
+    std::printf("\n(OpenCV was not found when this tool was built: no comparison with cv::cvtColor)\n");
+#endif
+    return 0;
+}
+
+}  // namespace zelvora

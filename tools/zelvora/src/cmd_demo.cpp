@@ -1,0 +1,135 @@
+// zelvora demo [DIR] [--size WxH]: renders the synthetic scene, mosaics it in
+// every Bayer order at 8, 12 and 12-bit packed depths, demosaics each mosaic
+// with every method, writes the pictures to DIR and prints their PSNR.
+#include <cctype>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <optional>
+#include <system_error>
+
+#include "args.hpp"
+#include "commands.hpp"
+#include "error.hpp"
+#include "formats.hpp"
+#include "library.hpp"
+#include "picture.hpp"
+#include "psnr.hpp"
+#include "rawio.hpp"
+#include "scene.hpp"
+#include "writers.hpp"
+
+namespace zelvora {
+namespace {
+
+constexpr OptionSpec kOptions[] = {{"size"}};
+constexpr Order kOrders[] = {Order::RG, Order::BG, Order::GB, Order::GR};
+
+struct Depth {
+    const char* label;  // in the table
+    const char* tag;    // in file names
+    int bits;
+    Packing packing;
+};
+constexpr Depth kDepths[] = {
+    {"8-bit", "8", 8, Packing::Bytes},
+    {"12-bit", "12", 12, Packing::Words},
+    {"12-packed", "12p", 12, Packing::Packed},
+};
+
+// One cell of the table: a PSNR, or the status the library refused with.
+struct Cell {
+    std::optional<double> psnr;
+    int32_t status = ZEL_OK;
+};
+
+std::string lower(std::string_view text) {
+    std::string s(text);
+    for (char& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return s;
+}
+
+std::string formatCell(const Cell& cell) {
+    char text[32];
+    if (!cell.psnr) return "n/a";
+    if (std::isinf(*cell.psnr)) return "exact";
+    std::snprintf(text, sizeof text, "%.2f", *cell.psnr);
+    return text;
+}
+
+}  // namespace
+
+int runDemo(std::span<const std::string> words) {
+    const Args args(words, kOptions);
+    if (args.positional().size() > 1) throw UsageError("demo takes at most one directory");
+    const std::string dir = args.positional().empty() ? "zelvora-demo" : args.positional()[0];
+    const Size size = args.has("size") ? parseSize(*args.value("size")) : Size{640, 480};
+    if (size.width < 16 || size.height < 16 || size.width % 2 != 0 || size.height % 2 != 0)
+        throw UsageError("the demo scene needs an even size of at least 16x16");
+
+    std::error_code error;
+    std::filesystem::create_directories(dir, error);
+    if (error) throw Failure("cannot create directory '" + dir + "': " + error.message());
+    const auto file = [&](const std::string& name) { return (std::filesystem::path(dir) / name).string(); };
+
+    const Scene scene = renderScene(size.width, size.height);
+    const std::vector<uint8_t> reference = sceneToRgb8(scene);
+    Handle handle;
+    Diagnostics diagnostics;
+    const ZelPixelType rgb8 = ZEL_PIX_RGB8;
+    checkStatus("zelDemosaicSetConfig", diagnostics.run([&] { return zelDemosaicSetConfig(handle.get(), &rgb8); }),
+                diagnostics);
+    const OutputLayout& layout = findOutputLayout("rgb8");
+    writePicture(file("scene.png"), pictureFromLayout(reference.data(), size.width, size.height, layout), handle,
+                 diagnostics);
+
+    std::vector<uint8_t> out(reference.size());
+    Cell cells[std::size(kDepths)][3][std::size(kOrders)];
+    for (size_t d = 0; d < std::size(kDepths); ++d) {
+        for (size_t o = 0; o < std::size(kOrders); ++o) {
+            const InputFormat& format = inputFormatFor(kOrders[o], kDepths[d].bits, kDepths[d].packing);
+            std::vector<uint8_t> raw = mosaic(scene, format);
+            const std::string stem = lower(orderName(kOrders[o])) + kDepths[d].tag;
+            if (kOrders[o] == Order::RG) writeWholeFile(file("bayer-" + stem + ".raw"), raw);
+            const auto stride = static_cast<int32_t>(rowBytes(format, size.width));
+            for (const Method& method : methods()) {
+                // The library may compact 8-bit input in place; give it a copy.
+                std::vector<uint8_t> input = raw;
+                ZelImage in{size.height, size.width, format.code, input.data(), stride};
+                ZelImage result{0, 0, 0, out.data(), 0};
+                Cell& cell = cells[d][static_cast<size_t>(method.value)][o];
+                cell.status = diagnostics.run([&] { return zelDemosaicing(handle.get(), &in, method.value, &result); });
+                if (cell.status != ZEL_OK) continue;
+                cell.psnr = psnr(out, reference);
+                writePicture(file(stem + "-" + std::string(method.name) + ".png"),
+                             pictureFromLayout(out.data(), size.width, size.height, layout), handle, diagnostics);
+            }
+        }
+    }
+
+    std::printf("zelvora demo: %dx%d scene, pictures in %s/\n", size.width, size.height, dir.c_str());
+    std::printf("PSNR of RGB8 output against the scene, in dB (higher is better)\n\n");
+    std::printf("%-10s %-10s", "method", "input");
+    for (Order order : kOrders) std::printf(" %8s", std::string(orderName(order)).c_str());
+    std::printf("\n");
+    for (const Method& method : methods()) {
+        for (size_t d = 0; d < std::size(kDepths); ++d) {
+            const Cell* row = cells[d][static_cast<size_t>(method.value)];
+            std::printf("%-10s %-10s", std::string(method.name).c_str(), kDepths[d].label);
+            bool allRefused = true;
+            for (size_t o = 0; o < std::size(kOrders); ++o) allRefused = allRefused && row[o].status != ZEL_OK;
+            if (allRefused) {
+                std::printf(" not available (%s)\n", statusName(row[0].status).c_str());
+                continue;
+            }
+            for (size_t o = 0; o < std::size(kOrders); ++o) std::printf(" %8s", formatCell(row[o]).c_str());
+            std::printf("\n");
+        }
+    }
+    std::printf("\nscene.png is the reference; <order><depth>-<method>.png are the demosaiced pictures.\n");
+    std::printf("Convert a mosaic yourself:\n  zelvora convert %s out.png --format BayerRG12Packed --size %dx%d\n",
+                file("bayer-rg12p.raw").c_str(), size.width, size.height);
+    return 0;
+}
+
+}  // namespace zelvora

@@ -307,8 +307,11 @@ typedef struct EdgeSecEnd {
  * 0-1 with red in row 0, rows 0-2 with red in row 1). First and last columns:
  * a frame of `rows` rows starting at the first red row, from its row 1 on.
  * Interior: src and dst at the first interior row (2 or 3), `rows` the rows
- * left (height - 4, or height - 5 with red in odd rows). Last rows: the
- * interior columns from `firstRow` (stopRow + 2, or + 3) to the bottom. */
+ * left (height - 4, or height - 5 with red in odd rows); it also writes all
+ * but the red of column stopColumn - 1 and, from column columnPhase on, of
+ * its last row (those reds need samples beyond; the last columns and last
+ * rows pieces add them). Last rows: the interior columns from `firstRow`
+ * (stopRow + 2, or + 3) to the bottom. */
 ZEL_API uint32_t edgeFirstRowsRGGBU16(const uint16_t* src, uint16_t* dst, int32_t width, int32_t columnPhase,
                                       int32_t maxValue);
 ZEL_API uint32_t edgeFirstRowsGBRGU16(const uint16_t* src, uint16_t* dst, int32_t width, int32_t columnPhase,

@@ -80,6 +80,16 @@ enum class Src : uint8_t {
     Alias,    // the mirror image of the other group of the same colour
 };
 
+// Which interior steps also write what they already know of the pixels
+// that a later step or pass completes (see aheadOfStep). A piece that stops
+// before those later steps leaves that way every value its own steps
+// determine; pixels written ahead are written again, whole, when completed.
+enum class Ahead : uint8_t {
+    None,       // no step: the same walk completes everything later
+    LastStep,   // the last interior step: another piece completes column last+1
+    EveryStep,  // every step: row y+1 too, when no pair of the walk follows
+};
+
 struct PassKind {
     Src oldRed;   // greens at the red sites of row y-2
     Src oldBlue;  // greens at the blue sites of row y-1
@@ -87,10 +97,17 @@ struct PassKind {
     Src newBlue;  // greens at the blue sites of row y+1
     bool upper;   // completes row y-1 (a blue row)
     bool lower;   // completes row y (a red row)
+    Ahead ahead = Ahead::None;
 };
 
 // An interior pair.
 inline constexpr PassKind kBody{Src::Store, Src::Store, Src::Compute, Src::Compute, true, true};
+// Interior pairs of a piece that leaves the columns right of it, and for
+// the last of its pairs row y+1 as well, to other pieces.
+inline constexpr PassKind kBodyAheadLastStep{Src::Store, Src::Store, Src::Compute, Src::Compute, true, true,
+                                             Ahead::LastStep};
+inline constexpr PassKind kBodyAheadEveryStep{Src::Store, Src::Store, Src::Compute, Src::Compute, true, true,
+                                              Ahead::EveryStep};
 // y = 0 of a frame whose row 0 is red: row -1 is row 1.
 inline constexpr PassKind kTopRed{Src::Unused, Src::Alias, Src::Compute, Src::Compute, false, true};
 // y = -1 of a frame whose row 0 is blue: only the greens of row 0.
@@ -235,33 +252,59 @@ inline void fill(const P& p, Entry& e, int c, Cols cols) {
     if constexpr (to == Src::Alias) e.newG = e.oldG, e.newD = e.oldD;
 }
 
+// A missing red or blue: the base (the sample at a green site, the green at
+// a red or blue site) plus the floored mean of the two or four nearest colour
+// differences, clamped.
+constexpr int fromTwo(int base, int d1, int d2, int maxValue) { return clampTo(base + floorHalf(d1 + d2), maxValue); }
+constexpr int fromFour(int base, int d1, int d2, int d3, int d4, int maxValue) {
+    return clampTo(base + floorQuarter(d1 + d2 + d3 + d4), maxValue);
+}
+
 // Completion of the four pixels of a step; column x-1 is window entry 1, x
 // entry 2. Row y-1 is a blue row, row y a red row.
 template <typename P>
 inline void upperBlueSite(const P& p, const Window& w, int c) {
     const int g = w.e[1].oldG;
-    const int red = g + floorQuarter(w.e[0].oldD + w.e[2].oldD + w.e[0].newD + w.e[2].newD);
-    p.out.put(p.upper + c, clampTo(red, p.maxValue), g, p.row[1][c]);
+    const int red = fromFour(g, w.e[0].oldD, w.e[2].oldD, w.e[0].newD, w.e[2].newD, p.maxValue);
+    p.out.put(p.upper + c, red, g, p.row[1][c]);
 }
 template <typename P>
 inline void upperGreenSite(const P& p, const Window& w, int c) {
     const int s = p.row[1][c];
-    const int red = s + floorHalf(w.e[2].oldD + w.e[2].newD);
-    const int blue = s + floorHalf(w.e[1].oldD + w.e[3].oldD);
-    p.out.put(p.upper + c, clampTo(red, p.maxValue), s, clampTo(blue, p.maxValue));
+    const int red = fromTwo(s, w.e[2].oldD, w.e[2].newD, p.maxValue);
+    const int blue = fromTwo(s, w.e[1].oldD, w.e[3].oldD, p.maxValue);
+    p.out.put(p.upper + c, red, s, blue);
 }
 template <typename P>
 inline void lowerGreenSite(const P& p, const Window& w, int c) {
     const int s = p.row[2][c];
-    const int red = s + floorHalf(w.e[0].newD + w.e[2].newD);
-    const int blue = s + floorHalf(w.e[1].oldD + w.e[1].newD);
-    p.out.put(p.lower + c, clampTo(red, p.maxValue), s, clampTo(blue, p.maxValue));
+    const int red = fromTwo(s, w.e[0].newD, w.e[2].newD, p.maxValue);
+    const int blue = fromTwo(s, w.e[1].oldD, w.e[1].newD, p.maxValue);
+    p.out.put(p.lower + c, red, s, blue);
 }
 template <typename P>
 inline void lowerRedSite(const P& p, const Window& w, int c) {
     const int g = w.e[2].newG;
-    const int blue = g + floorQuarter(w.e[1].oldD + w.e[3].oldD + w.e[1].newD + w.e[3].newD);
-    p.out.put(p.lower + c, p.row[2][c], g, clampTo(blue, p.maxValue));
+    const int blue = fromFour(g, w.e[1].oldD, w.e[3].oldD, w.e[1].newD, w.e[3].newD, p.maxValue);
+    p.out.put(p.lower + c, p.row[2][c], g, blue);
+}
+
+// Writing ahead at step x: the values of (y, x+1), (y+1, x) and (y+1, x+1)
+// that need no difference beyond column x+1 or row y+1. The blue sample at
+// (y+1, x+1); the green samples and the blues of (y, x+1) (vertical pair,
+// column x+1) and (y+1, x) (horizontal pair, row y+1). Their reds wait for
+// step x+2 or the next pair. The green of (y+1, x+1) is written by the store,
+// so writing ahead is for walks whose store is the output (PixelGreenStore).
+template <typename P>
+inline void aheadOfStep(const P& p, const Window& w, int x) {
+    const ptrdiff_t below = p.lower + p.width;  // pixel index of (y+1, 0)
+    const int right = p.row[2][x + 1];
+    const int under = p.row[3][x];
+    p.out.putGreen(p.lower + x + 1, right);
+    p.out.putBlue(p.lower + x + 1, fromTwo(right, w.e[3].oldD, w.e[3].newD, p.maxValue));
+    p.out.putGreen(below + x, under);
+    p.out.putBlue(below + x, fromTwo(under, w.e[1].newD, w.e[3].newD, p.maxValue));
+    p.out.putBlue(below + x + 1, p.row[3][x + 1]);
 }
 
 // One interior step: every column from x-2 to x+3 lies inside the frame.
@@ -279,6 +322,7 @@ inline void interiorStep(const P& p, Window& w, int x) {
         lowerGreenSite(p, w, x - 1);
         lowerRedSite(p, w, x);
     }
+    if constexpr (K.ahead == Ahead::EveryStep) aheadOfStep(p, w, x);
 }
 
 // One step near the left or right border: columns outside the frame are
@@ -337,6 +381,9 @@ void resumeAt(const P& p, Window& w, int x) {
 template <PassKind K, typename P>
 void interiorSteps(const P& p, Window& w, InteriorSpan span) {
     for (int x = span.first; x <= span.last; x += 2) interiorStep<K>(p, w, x);
+    if constexpr (K.ahead == Ahead::LastStep) {
+        if (span.last >= span.first) aheadOfStep(p, w, span.last);
+    }
 }
 
 template <PassKind K, typename P>

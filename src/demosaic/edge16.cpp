@@ -8,7 +8,8 @@
 //   first rows   rows above the first interior pair, every column;
 //   first cols   the columns left of the interior, every later row;
 //   interior     the pairs that need no mirrored row, the columns that need
-//                no mirrored column; returns where it stopped;
+//                no mirrored column; returns where it stopped, having written
+//                ahead what it knows of the column and the row after it;
 //   last rows    the rows below the interior, interior columns;
 //   last cols    the columns right of the interior, every row after the first.
 // The first and last column pieces work on the frame from its first red row
@@ -138,7 +139,12 @@ ZEL_API EdgeSecEnd edgeSecRGGBU16(const uint16_t* src, uint16_t* dst, int32_t ro
     const int phase = zel::phaseOf(columnPhase);
     // The rows above `src` are the caller's: nothing is mirrored here.
     const auto walk = zel::walk16<InteriorColumns>(src, dst, rows + 2, width, false, phase, maxValue);
-    for (int32_t k = 0; k < rows - 1; k += 2) walk.pass<zel::edge::kBody>(k);
+    // Column stop-1 and the last pair's row y+1 are completed by the last
+    // columns and last rows pieces; what this piece's steps determine of them
+    // it writes ahead, so that it leaves every value of its steps on its own.
+    int32_t k = 0;
+    for (; k + 2 < rows - 1; k += 2) walk.pass<zel::edge::kBodyAheadLastStep>(k);
+    if (k < rows - 1) walk.pass<zel::edge::kBodyAheadEveryStep>(k);
     const int32_t stopRow = rows - 1 < 1 ? 0 : ((rows - 2) & ~1) + 2;
     return {zel::edge::interiorSpan(width, phase).last + 2, stopRow};
 }

@@ -38,6 +38,10 @@ struct Interleaved {
         if constexpr (N == 4 && A == Alpha::Zero) p[3] = 0;
     }
     void put(ptrdiff_t i, int red, int green, int blue) const { store(dst + i * N, redAt, blueAt, red, green, blue); }
+    // Single samples, for engines that learn a pixel's values at different
+    // times.
+    void putGreen(ptrdiff_t i, int green) const { dst[i * N + 1] = static_cast<T>(green); }
+    void putBlue(ptrdiff_t i, int blue) const { dst[i * N + blueAt] = static_cast<T>(blue); }
     // The same writer seen from another pixel origin (for engines that work
     // on a sub-frame starting at a later row).
     Interleaved at(ptrdiff_t i) const {

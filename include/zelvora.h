@@ -16,6 +16,14 @@
 #define ZEL_API __attribute__((visibility("default")))
 #endif
 
+/* The shading table ends in a flexible array: standard C99, an extension that
+ * GCC accepts silently in C++ when marked as such. */
+#if defined(__cplusplus) && defined(__GNUC__)
+#define ZEL_FLEXIBLE_ARRAY __extension__
+#else
+#define ZEL_FLEXIBLE_ARRAY
+#endif
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -368,7 +376,7 @@ typedef struct ZelLSCTable {
     uint32_t mode;      /* word 0: 0 or 1 */
     int32_t height;     /* word 1: rows of the frames the table fits */
     int32_t width;      /* word 2: samples per row of those frames */
-    uint32_t entries[]; /* words 3 to 3 + n - 1 */
+    ZEL_FLEXIBLE_ARRAY uint32_t entries[]; /* words 3 to 3 + n - 1 */
 } ZelLSCTable;
 
 /* Computes a table from a grey and a dark frame; writes the three header

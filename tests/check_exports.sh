@@ -3,7 +3,7 @@
 # header marks ZEL_API. Prints the differences and fails on any.
 set -euo pipefail
 nm_tool=$1 library=$2 header=$3
-declared=$(tr '\n' ' ' <"$header" | grep -oE 'ZEL_API [^;{]*\(' | sed -E 's/\($//; s/.*[ *]//' | grep -E '^[A-Za-z_][A-Za-z0-9_]*$' | sort -u)
+declared=$(grep -E '^ZEL_API ' "$header" | sed -E 's/\(.*//; s/.*[ *]//' | sort -u)
 defined=$("$nm_tool" -D --defined-only "$library" | awk '$2 ~ /^[TW]$/ {print $3}' | sed 's/@.*//' \
   | grep -vE '^(_init|_fini)$' | sort -u)
 missing=$(comm -23 <(echo "$declared") <(echo "$defined"))

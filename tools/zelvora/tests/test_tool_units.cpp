@@ -1,0 +1,192 @@
+// The tool's pieces: format names and codes, raw bytes as samples, the demo's
+// scene, and the pictures and files made from the library's output.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <tuple>
+
+#include "error.hpp"
+#include "formats.hpp"
+#include "library.hpp"
+#include "picture.hpp"
+#include "psnr.hpp"
+#include "rawio.hpp"
+#include "samples.hpp"
+#include "scene.hpp"
+#include "tool_test_support.hpp"
+#include "writers.hpp"
+
+using namespace zelvora;
+using tooltest::Bytes;
+using tooltest::ScratchDir;
+
+// GigE Vision names in any case, and codes in hex with either case of x.
+TEST(ToolFormats, NamesAndHexCodes) {
+    for (const InputFormat& f : inputFormats()) {
+        char hex[16];
+        EXPECT_EQ(&findInputFormat(f.name), &f);
+        std::snprintf(hex, sizeof hex, "0x%08X", f.code);
+        EXPECT_EQ(&findInputFormat(hex), &f);
+        std::snprintf(hex, sizeof hex, "0X%08x", f.code);
+        EXPECT_EQ(&findInputFormat(hex), &f);
+    }
+    const std::pair<const char*, uint32_t> byHand[] = {
+        {"Mono8", 0x01080001}, {"BayerGR8", 0x01080008}, {"bayerrg8", 0x01080009}, {"BAYERGB8", 0x0108000A},
+        {"BayerBG8", 0x0108000B}, {"Mono14", 0x01100025}, {"bayerrg12packed", 0x010C002B}, {"0x0110000c", 0x0110000C},
+    };
+    for (const auto& [name, code] : byHand) EXPECT_EQ(findInputFormat(name).code, code) << name;
+    for (const char* text : {"BayerRG14", "RGB8", "0x02180015", "0x", "0x1G", "12"})
+        EXPECT_THROW(findInputFormat(text), UsageError) << text;
+}
+
+// The table holds exactly the codes the library classifies: the order of
+// their 8-bit reduction, and a container depth of the library's shift plus 8.
+TEST(ToolFormats, TableAgreesWithTheLibrary) {
+    EXPECT_EQ(inputFormats().size(), 31u);
+    for (const InputFormat& f : inputFormats()) {
+        ZelImage image{4, 4, f.code, nullptr, 4};
+        ZelPixelType reduced = 0;
+        int32_t shift = 0;
+        ASSERT_EQ(demosaicDataInit(&image, nullptr, &reduced, &shift), 0) << f.name;
+        EXPECT_EQ(shift, f.packing == Packing::Words ? f.bits - 8 : f.packing == Packing::Packed ? -1 : 0) << f.name;
+        EXPECT_EQ(reduced, inputFormatFor(f.order, 8, Packing::Bytes).code) << f.name;
+    }
+}
+
+// Two samples in three bytes: the top eight bits of each in bytes 0 and 2,
+// the low bits side by side in byte 1. The library's own reduction to 8 bits
+// keeps those top bits.
+TEST(ToolSamples, GigEVisionPackingByHand) {
+    // 12 bits: top bytes 0xAB and 0x12, low nibbles 0xC and 0x3 in byte 1.
+    // 10 bits: 0x2AB = 1010101011b, 0x155 = 0101010101b.
+    const std::tuple<const char*, std::vector<uint16_t>, Bytes> cases[] = {
+        {"Mono12Packed", {0xABC, 0x123}, {0xAB, 0x3C, 0x12}}, {"BayerRG10Packed", {0x2AB, 0x155}, {0xAA, 0x13, 0x55}}};
+    for (const auto& [name, samples, bytes] : cases) {
+        EXPECT_EQ(encodeSamples(samples, findInputFormat(name), 2, 1), bytes) << name;
+        EXPECT_EQ(decodeSamples(bytes.data(), findInputFormat(name), 2, 1, 3), samples) << name;
+        Bytes reduced(3);
+        unpacked(bytes.data(), 1, 2, 3, reduced.data());
+        EXPECT_EQ(reduced, (Bytes{bytes[0], bytes[2], 0})) << name;
+    }
+}
+
+// Every format: encoding then decoding gives the samples back, odd widths and
+// padded rows included.
+TEST(ToolSamples, RoundTripEveryFormat) {
+    const int32_t w = 5;
+    const int32_t h = 3;
+    for (const InputFormat& f : inputFormats()) {
+        std::vector<uint16_t> samples(static_cast<size_t>(w * h));
+        for (size_t i = 0; i < samples.size(); ++i)
+            samples[i] = static_cast<uint16_t>((i * 2654435761u >> 7) & ((1u << f.bits) - 1u));
+        const int64_t row = rowBytes(f, w);
+        EXPECT_EQ(row, f.packing == Packing::Bytes ? 5 : f.packing == Packing::Words ? 10 : 9) << f.name;
+        const Bytes compact = encodeSamples(samples, f, w, h);
+        ASSERT_EQ(compact.size(), static_cast<size_t>(row * h)) << f.name;
+        EXPECT_EQ(decodeSamples(compact.data(), f, w, h, row), samples) << f.name;
+        Bytes padded(static_cast<size_t>((row + 4) * h), 0xEE);
+        for (int32_t y = 0; y < h; ++y) std::copy_n(compact.begin() + y * row, row, padded.begin() + y * (row + 4));
+        EXPECT_EQ(decodeSamples(padded.data(), f, w, h, row + 4), samples) << f.name;
+    }
+}
+
+// Each mosaic sample is the scene's value, rounded to the depth, of the colour
+// its site samples: channels at (0,0), (1,0), (0,1), (1,1), repeating.
+TEST(ToolScene, MosaicSamplesTheSceneInEachOrder) {
+    EXPECT_EQ((std::array{quantise(0.5f, 8), quantise(1.0f, 12), quantise(-0.25f, 12), quantise(2.0f, 8)}),
+              (std::array<uint16_t, 4>{128, 4095, 0, 255}));
+    const Scene scene = renderScene(32, 24);
+    const std::pair<const char*, std::array<int, 4>> orders[] = {
+        {"BayerRG12Packed", {0, 1, 1, 2}}, {"BayerBG8", {2, 1, 1, 0}}, {"BayerGB12", {1, 2, 0, 1}},
+        {"BayerGR10Packed", {1, 0, 2, 1}}};
+    for (const auto& [name, channels] : orders) {
+        const InputFormat& f = findInputFormat(name);
+        const Bytes raw = mosaic(scene, f);
+        const std::vector<uint16_t> samples = decodeSamples(raw.data(), f, 32, 24, rowBytes(f, 32));
+        for (int32_t y = 0; y < 24; ++y) {
+            for (int32_t x = 0; x < 32; ++x) {
+                const int channel = channels[static_cast<size_t>((y % 2) * 2 + x % 2)];
+                ASSERT_EQ(cfaChannel(f.order, x, y), channel) << name;
+                ASSERT_EQ(samples[static_cast<size_t>(y * 32 + x)], quantise(scene.at(x, y, channel), f.bits))
+                    << name << " at " << x << "," << y;
+            }
+        }
+    }
+}
+
+TEST(ToolScene, PsnrWorkedValues) {
+    const Bytes zeros{0, 0};
+    EXPECT_TRUE(std::isinf(psnr(zeros, zeros)));
+    // One sample off by the full range in two: MSE is half the peak squared.
+    EXPECT_NEAR(psnr(Bytes{0, 255}, zeros), 10.0 * std::log10(2.0), 1e-12);
+    // Errors 1 and 2: MSE 2.5, 10 log10(65025 / 2.5) = 10 log10(26010).
+    EXPECT_NEAR(psnr(Bytes{11, 22}, Bytes{10, 20}), 44.1514, 1e-4);
+}
+
+// All six colour layouts of one frame are the same picture, whose red sample
+// at (0, 0) of an RG mosaic is the frame's first byte.
+TEST(ToolPicture, ColourLayoutsGiveOnePicture) {
+    Bytes frame(24);
+    for (size_t i = 0; i < frame.size(); ++i) frame[i] = static_cast<uint8_t>(10 * i + 3);
+    const auto pictureOf = [&](const OutputLayout& layout) {
+        const Bytes out = tooltest::libraryOutput(frame, ZEL_PIX_BAYER_RG8, 6, 4, 6, layout.code, layout.bytesPerPixel);
+        return pictureFromLayout(out.data(), 6, 4, layout);
+    };
+    const Picture reference = pictureOf(findOutputLayout("rgb8"));
+    EXPECT_EQ(reference.samples[0], 3);
+    for (const OutputLayout& layout : outputLayouts()) {
+        const Picture p = pictureOf(layout);
+        EXPECT_EQ(p.channels, layout.code == ZEL_PIX_MONO8 ? 1 : 3) << layout.name;
+        if (p.channels == 3) {
+            EXPECT_EQ(p.samples, reference.samples) << layout.name;
+        }
+    }
+}
+
+// The value's bits repeated below it: the largest value of any depth becomes
+// 65535; values above the depth count as its largest.
+TEST(ToolPicture, WideningFillsTheSixteenBits) {
+    const std::tuple<uint16_t, int, uint16_t> cases[] = {
+        {255, 8, 0xFFFF}, {0x80, 8, 0x8080}, {0xABC, 12, 0xABCA}, {4095, 12, 0xFFFF}, {5000, 12, 0xFFFF},
+        {1023, 10, 0xFFFF}, {0x200, 10, 0x8020}, {0, 12, 0}, {1234, 16, 1234}};
+    for (const auto& [value, bits, wide] : cases) EXPECT_EQ(widenTo16(value, bits), wide) << value << " at " << bits;
+}
+
+// BMP: 5 pixels of 3 bytes pad to 16 bytes a row; rows bottom-up, B, G, R.
+// Grey PPM repeats each sample into R, G, B; PGM above 8 bits holds
+// big-endian pairs, clamped to the depth's maxval.
+TEST(ToolWriters, FilesByHand) {
+    ScratchDir dir;
+    Handle handle;
+    Diagnostics diagnostics;
+    Picture p{5, 4, 3, 8, {}};
+    for (uint16_t i = 0; i < 60; ++i) p.samples.push_back(i);
+    writePicture(dir / "p.bmp", p, handle, diagnostics);
+    const Bytes bmp = tooltest::readBytes(dir / "p.bmp");
+    ASSERT_EQ(bmp.size(), 54u + 16u * 4u);
+    EXPECT_EQ(std::string(bmp.begin(), bmp.begin() + 3), "BM\x76");
+    EXPECT_EQ(bmp[10], 54);
+    for (size_t row = 0; row < 4; ++row) {
+        for (size_t x = 0; x < 16; ++x) {
+            const size_t pixel = (3 - row) * 5 + x / 3;
+            EXPECT_EQ(bmp[54 + 16 * row + x], x == 15 ? 0 : p.samples[pixel * 3 + 2 - x % 3]) << row << "," << x;
+        }
+    }
+    writePicture(dir / "p.ppm", Picture{2, 1, 1, 8, {5, 200}}, handle, diagnostics);
+    EXPECT_EQ(tooltest::readText(dir / "p.ppm"), "P6\n2 1\n255\n\x05\x05\x05\xC8\xC8\xC8");
+    writePicture(dir / "p.pgm", Picture{2, 2, 1, 12, {0xABC, 1, 5000, 0x100}}, handle, diagnostics);
+    EXPECT_EQ(tooltest::readText(dir / "p.pgm"), std::string("P5\n2 2\n4095\n\x0A\xBC\x00\x01\x0F\xFF\x01\x00", 20));
+}
+
+TEST(ToolWriters, OutputAppearsOnlyWhenCommitted) {
+    ScratchDir dir;
+    {
+        OutputFile abandoned(dir / "a.raw");
+        abandoned.write(Bytes(100, 1));
+    }
+    EXPECT_TRUE(dir.list().empty());
+    writeWholeFile(dir / "b.raw", Bytes{1, 2, 3});
+    EXPECT_EQ(dir.list(), std::vector<std::string>{"b.raw"});
+    EXPECT_EQ(tooltest::readText(dir / "b.raw"), "\x01\x02\x03");
+}

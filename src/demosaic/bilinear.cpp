@@ -41,31 +41,20 @@ int32_t gr(const uint8_t* src, int32_t height, int32_t width, const W& out) {
 
 extern "C" {
 
-ZEL_API int32_t rg8ToBgr8_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst) {
-    return rg(src, height, width, Bgr8<false>{dst});
-}
-ZEL_API int32_t bg8ToBgr8_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst) {
-    return rg(src, height, width, Bgr8<true>{dst});
-}
-ZEL_API int32_t gb8ToBgr8_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst) {
-    return gr(src, height, width, Bgr8<false>{dst});
-}
-ZEL_API int32_t gr8ToBgr8_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst) {
-    return gr(src, height, width, Bgr8<true>{dst});
-}
-
-ZEL_API int32_t rg8ToBgra8_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst) {
-    return rg(src, height, width, Bgra8<false>{dst});
-}
-ZEL_API int32_t bg8ToBgra8_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst) {
-    return rg(src, height, width, Bgra8<true>{dst});
-}
-ZEL_API int32_t gb8ToBgra8_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst) {
-    return gr(src, height, width, Bgra8<false>{dst});
-}
-ZEL_API int32_t gr8ToBgra8_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst) {
-    return gr(src, height, width, Bgra8<true>{dst});
-}
+// The eight interleaved kernels differ only in composition and writer.
+#define ZEL_BILINEAR_INTERLEAVED(name, compose, Writer)                                  \
+    ZEL_API int32_t name(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst) { \
+        return compose(src, height, width, Writer{dst});                                \
+    }
+ZEL_BILINEAR_INTERLEAVED(rg8ToBgr8_bilinear, rg, Bgr8<false>)
+ZEL_BILINEAR_INTERLEAVED(bg8ToBgr8_bilinear, rg, Bgr8<true>)
+ZEL_BILINEAR_INTERLEAVED(gb8ToBgr8_bilinear, gr, Bgr8<false>)
+ZEL_BILINEAR_INTERLEAVED(gr8ToBgr8_bilinear, gr, Bgr8<true>)
+ZEL_BILINEAR_INTERLEAVED(rg8ToBgra8_bilinear, rg, Bgra8<false>)
+ZEL_BILINEAR_INTERLEAVED(bg8ToBgra8_bilinear, rg, Bgra8<true>)
+ZEL_BILINEAR_INTERLEAVED(gb8ToBgra8_bilinear, gr, Bgra8<false>)
+ZEL_BILINEAR_INTERLEAVED(gr8ToBgra8_bilinear, gr, Bgra8<true>)
+#undef ZEL_BILINEAR_INTERLEAVED
 
 // pRed receives the colour at even rows and columns.
 ZEL_API int32_t rg8ToBgr8P_bilinear(const uint8_t* src, int32_t height, int32_t width, uint8_t* pRed,

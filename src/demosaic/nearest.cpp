@@ -113,36 +113,31 @@ int32_t nearest(bool gbOrder, const Writer& out, const uint8_t* src, int32_t hei
 }  // namespace
 }  // namespace zel
 
-using zel::Interleaved;
+using Bgr8 = zel::Interleaved<uint8_t, 3>;
+using Bgra8 = zel::Interleaved<uint8_t, 4>;
 using zel::nearest;
 
 extern "C" {
 
-ZEL_API int32_t rg8ToBgr8_nearest(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst, int32_t swapRB) {
-    return nearest(false, Interleaved<uint8_t, 3>(dst, swapRB != 0), src, height, width);
-}
-ZEL_API int32_t gb8ToBgr8_nearest(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst, int32_t swapRB) {
-    return nearest(true, Interleaved<uint8_t, 3>(dst, swapRB != 0), src, height, width);
-}
-ZEL_API int32_t rg8ToBgra8_nearest(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst, int32_t swapRB) {
-    return nearest(false, Interleaved<uint8_t, 4>(dst, swapRB != 0), src, height, width);
-}
-ZEL_API int32_t gb8ToBgra8_nearest(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst, int32_t swapRB) {
-    return nearest(true, Interleaved<uint8_t, 4>(dst, swapRB != 0), src, height, width);
-}
-ZEL_API int32_t rg8ToBgr8P_nearest(const uint8_t* src, int32_t height, int32_t width, uint8_t* redPlane,
-                                   uint8_t* greenPlane, uint8_t* bluePlane) {
-    return nearest(false, zel::Planar<uint8_t>{redPlane, greenPlane, bluePlane}, src, height, width);
-}
-ZEL_API int32_t gb8ToBgr8P_nearest(const uint8_t* src, int32_t height, int32_t width, uint8_t* redPlane,
-                                   uint8_t* greenPlane, uint8_t* bluePlane) {
-    return nearest(true, zel::Planar<uint8_t>{redPlane, greenPlane, bluePlane}, src, height, width);
-}
-ZEL_API int32_t rg8ToMono8_nearest(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst, int32_t swapRB) {
-    return nearest(false, zel::lumaForSwap(dst, swapRB != 0), src, height, width);
-}
-ZEL_API int32_t gb8ToMono8_nearest(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst, int32_t swapRB) {
-    return nearest(true, zel::lumaForSwap(dst, swapRB != 0), src, height, width);
-}
+// One line per exported kernel: native order (RG or GB) and output writer.
+#define ZEL_NEAREST_FLAGGED(name, gbOrder, makeWriter)                                                 \
+    ZEL_API int32_t name(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst, int32_t swapRB) { \
+        return nearest(gbOrder, makeWriter(dst, swapRB != 0), src, height, width);                        \
+    }
+#define ZEL_NEAREST_PLANAR(name, gbOrder)                                                                \
+    ZEL_API int32_t name(const uint8_t* src, int32_t height, int32_t width, uint8_t* redPlane,            \
+                         uint8_t* greenPlane, uint8_t* bluePlane) {                                         \
+        return nearest(gbOrder, zel::Planar<uint8_t>{redPlane, greenPlane, bluePlane}, src, height, width); \
+    }
+ZEL_NEAREST_FLAGGED(rg8ToBgr8_nearest, false, Bgr8)
+ZEL_NEAREST_FLAGGED(gb8ToBgr8_nearest, true, Bgr8)
+ZEL_NEAREST_FLAGGED(rg8ToBgra8_nearest, false, Bgra8)
+ZEL_NEAREST_FLAGGED(gb8ToBgra8_nearest, true, Bgra8)
+ZEL_NEAREST_FLAGGED(rg8ToMono8_nearest, false, zel::lumaForSwap)
+ZEL_NEAREST_FLAGGED(gb8ToMono8_nearest, true, zel::lumaForSwap)
+ZEL_NEAREST_PLANAR(rg8ToBgr8P_nearest, false)
+ZEL_NEAREST_PLANAR(gb8ToBgr8P_nearest, true)
+#undef ZEL_NEAREST_FLAGGED
+#undef ZEL_NEAREST_PLANAR
 
 }  // extern "C"

@@ -8,16 +8,16 @@
 namespace zelvora {
 namespace {
 
-const OptionSpec* findSpec(std::span<const OptionSpec> known, std::string_view name) {
-    for (const auto& spec : known) {
-        if (spec.name == name) return &spec;
+const OptionDef* findOption(std::span<const OptionDef> known, std::string_view name) {
+    for (const auto& option : known) {
+        if (option.name == name) return &option;
     }
     return nullptr;
 }
 
 }  // namespace
 
-Args::Args(std::span<const std::string> words, std::span<const OptionSpec> known) {
+Args::Args(std::span<const std::string> words, std::span<const OptionDef> known) {
     for (size_t i = 0; i < words.size(); ++i) {
         const std::string& word = words[i];
         if (word.size() < 3 || word.compare(0, 2, "--") != 0) {
@@ -30,10 +30,10 @@ Args::Args(std::span<const std::string> words, std::span<const OptionSpec> known
             inlineValue = name.substr(eq + 1);
             name.resize(eq);
         }
-        const OptionSpec* spec = findSpec(known, name);
-        if (spec == nullptr) throw UsageError("unknown option --" + name);
+        const OptionDef* option = findOption(known, name);
+        if (option == nullptr) throw UsageError("unknown option --" + name);
         std::string value;
-        if (spec->takesValue) {
+        if (option->takesValue) {
             if (inlineValue) {
                 value = *inlineValue;
             } else if (i + 1 < words.size()) {
@@ -45,7 +45,7 @@ Args::Args(std::span<const std::string> words, std::span<const OptionSpec> known
             throw UsageError("option --" + name + " takes no value");
         }
         auto& slot = options_[name];
-        if (!slot.empty() && !spec->repeatable) throw UsageError("option --" + name + " given twice");
+        if (!slot.empty() && !option->repeatable) throw UsageError("option --" + name + " given twice");
         slot.push_back(std::move(value));
     }
 }

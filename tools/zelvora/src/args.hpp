@@ -12,7 +12,7 @@
 
 namespace zelvora {
 
-struct OptionSpec {
+struct OptionDef {
     std::string_view name;  // without the leading dashes
     bool takesValue = true;
     bool repeatable = false;
@@ -21,7 +21,7 @@ struct OptionSpec {
 class Args {
 public:
     // Throws UsageError for unknown options, missing values and repeats.
-    Args(std::span<const std::string> words, std::span<const OptionSpec> known);
+    Args(std::span<const std::string> words, std::span<const OptionDef> known);
 
     const std::vector<std::string>& positional() const { return positional_; }
     bool has(std::string_view name) const;

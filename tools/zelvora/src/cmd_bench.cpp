@@ -25,7 +25,7 @@
 namespace zelvora {
 namespace {
 
-constexpr OptionSpec kOptions[] = {{"size"}, {"min-time"}};
+constexpr OptionDef kOptions[] = {{"size"}, {"min-time"}};
 
 // The shortest time of one call, over runs that last at least minTime in all
 // (and at least three runs): the least disturbed measurement on a busy machine.

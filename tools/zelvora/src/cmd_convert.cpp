@@ -18,7 +18,7 @@
 namespace zelvora {
 namespace {
 
-constexpr OptionSpec kOptions[] = {
+constexpr OptionDef kOptions[] = {
     {"format"}, {"size"}, {"stride"}, {"method"}, {"layout"}, {"frames"}, {"deep", false},
 };
 

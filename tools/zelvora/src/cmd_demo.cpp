@@ -22,7 +22,7 @@
 namespace zelvora {
 namespace {
 
-constexpr OptionSpec kOptions[] = {{"size"}};
+constexpr OptionDef kOptions[] = {{"size"}};
 constexpr Order kOrders[] = {Order::RG, Order::BG, Order::GB, Order::GR};
 
 struct Depth {

@@ -21,10 +21,10 @@
 namespace zelvora {
 namespace {
 
-constexpr OptionSpec kCalibrateOptions[] = {
+constexpr OptionDef kCalibrateOptions[] = {
     {"format"}, {"size"}, {"stride"}, {"grey", true, true}, {"dark", true, true}, {"mode"}, {"out"},
 };
-constexpr OptionSpec kApplyOptions[] = {{"format"}, {"size"}, {"stride"}, {"frames"}};
+constexpr OptionDef kApplyOptions[] = {{"format"}, {"size"}, {"stride"}, {"frames"}};
 
 constexpr size_t kHeaderWords = 3;
 

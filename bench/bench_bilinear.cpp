@@ -1,81 +1,48 @@
 // Bilinear demosaicing per output layout: 8-bit RG and GB mosaics, and 16-bit
 // RGGB mosaics into interleaved and planar samples.
-#include <cstring>
-#include <vector>
-
 #include "frames.hpp"
 #include "zelvora.h"
 
 namespace {
 
-template <int (*Kernel)(const uint8_t*, int32_t, int32_t, uint8_t*), int Bytes>
-void interleaved(benchmark::State& state) {
-    const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
-    const auto src = zelbench::mosaic(w, h);
-    std::vector<uint8_t> dst(static_cast<size_t>(w) * h * Bytes);
-    for (auto _ : state) {
-        Kernel(src.data(), h, w, dst.data());
-        benchmark::DoNotOptimize(dst.data());
-    }
-    zelbench::setPixelRate(state, w, h);
+using zelbench::timeFrames;
+
+template <int32_t (*Kernel)(const uint8_t*, int32_t, int32_t, uint8_t*), int Bytes>
+void interleaved(benchmark::State& s) {
+    timeFrames(s, Bytes, [](auto src, int h, int w, auto dst, auto) { Kernel(src, h, w, dst); });
 }
 
-template <int (*Kernel)(const uint8_t*, int32_t, int32_t, uint8_t*, uint8_t*, uint8_t*)>
-void planar(benchmark::State& state) {
-    const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
-    const auto src = zelbench::mosaic(w, h);
-    const size_t n = static_cast<size_t>(w) * h;
-    std::vector<uint8_t> dst(3 * n);
-    for (auto _ : state) {
-        Kernel(src.data(), h, w, dst.data(), dst.data() + n, dst.data() + 2 * n);
-        benchmark::DoNotOptimize(dst.data());
-    }
-    zelbench::setPixelRate(state, w, h);
+template <int32_t (*Kernel)(const uint8_t*, int32_t, int32_t, uint8_t*, uint8_t*, uint8_t*)>
+void planar(benchmark::State& s) {
+    timeFrames(s, 3, [](auto src, int h, int w, auto dst, auto) {
+        const size_t n = static_cast<size_t>(w) * h;
+        Kernel(src, h, w, dst, dst + n, dst + 2 * n);
+    });
 }
 
-template <int (*Kernel)(const uint8_t*, int32_t, int32_t, const uint32_t*, uint8_t*)>
-void mono(benchmark::State& state) {
-    const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
-    const auto src = zelbench::mosaic(w, h);
-    std::vector<uint8_t> dst(static_cast<size_t>(w) * h);
-    const uint32_t weights[3] = {77, 150, 29};
-    for (auto _ : state) {
-        Kernel(src.data(), h, w, weights, dst.data());
-        benchmark::DoNotOptimize(dst.data());
-    }
-    zelbench::setPixelRate(state, w, h);
+constexpr uint32_t kWeights[3] = {77, 150, 29};
+
+template <int32_t (*Kernel)(const uint8_t*, int32_t, int32_t, const uint32_t*, uint8_t*)>
+void mono(benchmark::State& s) {
+    timeFrames(s, 1, [](auto src, int h, int w, auto dst, auto) { Kernel(src, h, w, kWeights, dst); });
 }
 
 // 12-bit samples in 16-bit words.
-std::vector<uint16_t> mosaic16(int w, int h) {
-    const auto bytes = zelbench::mosaic(w, h, 2);
-    std::vector<uint16_t> v(static_cast<size_t>(w) * h);
-    std::memcpy(v.data(), bytes.data(), bytes.size());
-    for (auto& s : v) s &= 0x0FFF;
-    return v;
+constexpr uint16_t kTwelveBits = 0x0FFF;
+
+void interleaved16(benchmark::State& s) {
+    timeFrames<uint16_t>(
+        s, 3, [](auto src, int h, int w, auto dst, auto) { zelDemosaicingBilinearU16(src, h, w, dst); }, kTwelveBits);
 }
 
-void interleaved16(benchmark::State& state) {
-    const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
-    const auto src = mosaic16(w, h);
-    std::vector<uint16_t> dst(static_cast<size_t>(w) * h * 3);
-    for (auto _ : state) {
-        zelDemosaicingBilinearU16(src.data(), h, w, dst.data());
-        benchmark::DoNotOptimize(dst.data());
-    }
-    zelbench::setPixelRate(state, w, h);
-}
-
-void planar16(benchmark::State& state) {
-    const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
-    const auto src = mosaic16(w, h);
-    const size_t n = static_cast<size_t>(w) * h;
-    std::vector<uint16_t> dst(3 * n);
-    for (auto _ : state) {
-        zelDemosaicingBilinearU16P(src.data(), h, w, dst.data(), dst.data() + n, dst.data() + 2 * n);
-        benchmark::DoNotOptimize(dst.data());
-    }
-    zelbench::setPixelRate(state, w, h);
+void planar16(benchmark::State& s) {
+    timeFrames<uint16_t>(
+        s, 3,
+        [](auto src, int h, int w, auto dst, auto) {
+            const size_t n = static_cast<size_t>(w) * h;
+            zelDemosaicingBilinearU16P(src, h, w, dst, dst + n, dst + 2 * n);
+        },
+        kTwelveBits);
 }
 
 BENCHMARK(interleaved<rg8ToBgr8_bilinear, 3>)->Name("bilinear/rg8ToBgr8")->Apply(zelbench::frameSizes);

@@ -1,53 +1,36 @@
 // Edge-directed demosaicing: the 8-bit drivers per output layout and phase,
 // and the 16-bit entries.
-#include <cstring>
-#include <vector>
-
 #include "frames.hpp"
 #include "zelvora.h"
 
 namespace {
 
-// Times `call(src, height, width, dst, greenLine)` on a pseudo-random mosaic
-// of samples T with an output of `samplesPerPixel` samples per pixel.
-template <typename T = uint8_t, typename Call>
-void frames(benchmark::State& state, int samplesPerPixel, Call call) {
-    const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
-    const auto bytes = zelbench::mosaic(w, h, sizeof(T));
-    std::vector<T> src(static_cast<size_t>(w) * h);
-    std::memcpy(src.data(), bytes.data(), bytes.size());
-    std::vector<T> dst(static_cast<size_t>(w) * h * samplesPerPixel), line(static_cast<size_t>(w));
-    for (auto _ : state) {
-        call(src.data(), h, w, dst.data(), line.data());
-        benchmark::DoNotOptimize(dst.data());
-    }
-    zelbench::setPixelRate(state, w, h);
-}
+using zelbench::timeFrames;
 
 void rgBgr(benchmark::State& s) {
-    frames(s, 3, [](auto src, int h, int w, auto dst, auto) { rg8ToBgr8_edge(src, h, w, dst, 0); });
+    timeFrames(s, 3, [](auto src, int h, int w, auto dst, auto) { rg8ToBgr8_edge(src, h, w, dst, 0); });
 }
 void gbBgr(benchmark::State& s) {
-    frames(s, 3, [](auto src, int h, int w, auto dst, auto) { gb8ToBgr8_edge(src, h, w, dst, 0); });
+    timeFrames(s, 3, [](auto src, int h, int w, auto dst, auto) { gb8ToBgr8_edge(src, h, w, dst, 0); });
 }
 void rgBgra(benchmark::State& s) {
-    frames(s, 4, [](auto src, int h, int w, auto dst, auto) { rg8ToBgra8_edge(src, h, w, dst, 0); });
+    timeFrames(s, 4, [](auto src, int h, int w, auto dst, auto) { rg8ToBgra8_edge(src, h, w, dst, 0); });
 }
 void rgPlanar(benchmark::State& s) {
-    frames(s, 3, [](auto src, int h, int w, auto dst, auto line) {
+    timeFrames(s, 3, [](auto src, int h, int w, auto dst, auto line) {
         const size_t n = static_cast<size_t>(w) * h;
         rg8ToBgr8P_edge(src, h, w, dst, dst + n, dst + 2 * n, line);
     });
 }
 void rgMono(benchmark::State& s) {
-    frames(s, 1, [](auto src, int h, int w, auto dst, auto line) { rg8ToMono8_edge(src, h, w, dst, 0, line); });
+    timeFrames(s, 1, [](auto src, int h, int w, auto dst, auto line) { rg8ToMono8_edge(src, h, w, dst, 0, line); });
 }
 
 void rggb16(benchmark::State& s) {
-    frames<uint16_t>(s, 3, [](auto src, int h, int w, auto dst, auto) { demosaicingEdgeRGGBU16(src, h, w, dst); });
+    timeFrames<uint16_t>(s, 3, [](auto src, int h, int w, auto dst, auto) { demosaicingEdgeRGGBU16(src, h, w, dst); });
 }
 void bggr16(benchmark::State& s) {
-    frames<uint16_t>(s, 3, [](auto src, int h, int w, auto dst, auto) { demosaicingEdgeBGGRU16(src, h, w, dst); });
+    timeFrames<uint16_t>(s, 3, [](auto src, int h, int w, auto dst, auto) { demosaicingEdgeBGGRU16(src, h, w, dst); });
 }
 
 BENCHMARK(rgBgr)->Name("edge/rg8ToBgr8")->Apply(zelbench::frameSizes);

@@ -1,33 +1,21 @@
 // Nearest-neighbour demosaicing, 8-bit RG mosaics, per output layout.
-#include <vector>
-
 #include "frames.hpp"
 #include "zelvora.h"
 
 namespace {
 
-template <int (*Kernel)(const uint8_t*, int32_t, int32_t, uint8_t*, int32_t), int Bytes>
-void interleaved(benchmark::State& state) {
-    const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
-    const auto src = zelbench::mosaic(w, h);
-    std::vector<uint8_t> dst(static_cast<size_t>(w) * h * Bytes);
-    for (auto _ : state) {
-        Kernel(src.data(), h, w, dst.data(), 0);
-        benchmark::DoNotOptimize(dst.data());
-    }
-    zelbench::setPixelRate(state, w, h);
+using zelbench::timeFrames;
+
+template <int32_t (*Kernel)(const uint8_t*, int32_t, int32_t, uint8_t*, int32_t), int Bytes>
+void interleaved(benchmark::State& s) {
+    timeFrames(s, Bytes, [](auto src, int h, int w, auto dst, auto) { Kernel(src, h, w, dst, 0); });
 }
 
-void planar(benchmark::State& state) {
-    const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
-    const auto src = zelbench::mosaic(w, h);
-    std::vector<uint8_t> dst(static_cast<size_t>(w) * h * 3);
-    const size_t n = static_cast<size_t>(w) * h;
-    for (auto _ : state) {
-        rg8ToBgr8P_nearest(src.data(), h, w, dst.data(), dst.data() + n, dst.data() + 2 * n);
-        benchmark::DoNotOptimize(dst.data());
-    }
-    zelbench::setPixelRate(state, w, h);
+void planar(benchmark::State& s) {
+    timeFrames(s, 3, [](auto src, int h, int w, auto dst, auto) {
+        const size_t n = static_cast<size_t>(w) * h;
+        rg8ToBgr8P_nearest(src, h, w, dst, dst + n, dst + 2 * n);
+    });
 }
 
 BENCHMARK(interleaved<rg8ToBgr8_nearest, 3>)->Name("nearest/rg8ToBgr8")->Apply(zelbench::frameSizes);

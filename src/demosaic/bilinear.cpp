@@ -8,6 +8,7 @@
 // or the weights.
 #include <cstdint>
 
+#include "demosaic/band.hpp"
 #include "demosaic/bilinear.hpp"
 #include "demosaic/layout.hpp"
 #include "zelvora.h"
@@ -37,7 +38,21 @@ int32_t gr(const uint8_t* src, int32_t height, int32_t width, const W& out) {
     return ZEL_OK;
 }
 
+// Bands of any output layout: the RG geometry or the GR/GB composition cut
+// into rows.
+struct BilinearBands {
+    static constexpr zel::Alpha kAlpha = zel::Alpha::Zero;
+    static constexpr bool kFixedOrder = true;
+    template <typename W>
+    static int32_t band(bool redRowFirst, const W& out, const zel::BandCall& c) {
+        zel::bilinear::bandRows<uint8_t>(redRowFirst, c.src, out, c.height, c.width, c.first, c.count);
+        return ZEL_OK;
+    }
+};
+
 }  // namespace
+
+const zel::BandTable zel::kBilinearBands = zel::bandTable<BilinearBands>();
 
 extern "C" {
 

@@ -257,12 +257,12 @@ void lastCols(const T* src, const W& out, int32_t height, int32_t width, uint32_
 //    s(2,1) stands where s(2,k) belongs.
 // With width 3 these are the expected samples; from width 5 on they are not.
 template <typename T>
-inline Sum oddWidthRow0Green(const T* src, int32_t width, ptrdiff_t k) {
-    return (Sum{src[0]} + src[k + 1] + 2 * Sum{src[width + k]}) >> 2;
+inline Sum oddWidthRow0Green(const T* row0, const T* row1, ptrdiff_t k) {
+    return (Sum{row0[0]} + row0[k + 1] + 2 * Sum{row1[k]}) >> 2;
 }
 template <typename T>
-inline Sum oddWidthRow1Blue(const T* src, int32_t width, ptrdiff_t k) {
-    return (Sum{src[k]} + src[2 * width + 1]) >> 1;
+inline Sum oddWidthRow1Blue(const T* row0, const T* row2, ptrdiff_t k) {
+    return (Sum{row0[k]} + row2[1]) >> 1;
 }
 
 // Deliberate as well, for mono output only: on the four pixels of that
@@ -276,37 +276,81 @@ inline Luma oddWidthEndWriter(const Luma& out) {
     return Luma{out.dst, out.wGreen, out.wRed, out.wBlue};
 }
 
+// The columns from lastColsStart to the right edge of row y (0 or 1), over
+// the frame's rows 0, 1 and 2.
+template <typename T, typename W>
+void grFirstRowEnd(int y, const T* row0, const T* row1, const T* row2, const W& out, int32_t width) {
+    const Around<T> a0{row1, row0, row1};
+    const Around<T> a1{row0, row1, row2};
+    const uint32_t k = lastColsStart(width);
+    if ((width & 1) == 0) {
+        if (y == 0)
+            rowEnd<Kind::Odd>(out, 0, a0, width, k);
+        else
+            rowEnd<Kind::Even>(out, width, a1, width, k);
+        return;
+    }
+    if (width - static_cast<int64_t>(k) != 2) return;  // width < 3
+    const ptrdiff_t c = k;
+    const auto& end = oddWidthEndWriter(out);
+    if (y == 0) {
+        Rgb p = site<Kind::Odd, Kind::Odd>(a0, c - 1, c, c + 1);
+        p.green = oddWidthRow0Green(row0, row1, c);
+        put(end, c, p);
+        putSite<Kind::Odd, Kind::Even>(end, c + 1, a0, c, c + 1, c);
+        return;
+    }
+    Rgb p = site<Kind::Even, Kind::Odd>(a1, c - 1, c, c + 1);
+    p.blue = oddWidthRow1Blue(row0, row2, c);
+    put(end, width + c, p);
+    p = site<Kind::Even, Kind::Even>(a1, c, c + 1, c);
+    p.blue = oddWidthRow1Blue(row0, row2, c);
+    put(end, width + c + 1, p);
+}
+
 // Rows 0 and 1, every column (reads row 2).
 template <typename T, typename W>
 void grFirstRows(const T* src, const W& out, int32_t width) {
     const T* row0 = src;
     const T* row1 = src + width;
     const T* row2 = row1 + width;
-    const Around<T> a0{row1, row0, row1};
-    const Around<T> a1{row0, row1, row2};
-    rowStart<Kind::Odd>(out, 0, a0);
-    rowStart<Kind::Even>(out, width, a1);
+    rowStart<Kind::Odd>(out, 0, Around<T>{row1, row0, row1});
+    rowStart<Kind::Even>(out, width, Around<T>{row0, row1, row2});
     rowPair(out, 0, row1, row0, row1, row2, width);
+    grFirstRowEnd(0, row0, row1, row2, out, width);
+    grFirstRowEnd(1, row0, row1, row2, out, width);
+}
 
-    const uint32_t k = lastColsStart(width);
-    if ((width & 1) == 0) {
-        rowEnd<Kind::Odd>(out, 0, a0, width, k);
-        rowEnd<Kind::Even>(out, width, a1, width, k);
-        return;
+// ---------------------------------------------------------------- row bands
+
+// Output rows first .. first+count-1 of a frame of at least 4 x 4, read
+// through rows.row(r). Every row is its column 0, its interior column pairs
+// and its last columns, over the rows above and below it mirrored at the
+// frame's edges: the five regions of the whole-frame walk, cut across. In
+// the RG geometry the even rows are of the even kind; in the GR/GB
+// composition the odd ones, and rows 0 and 1 end as grFirstRows ends them.
+template <typename T, typename Rows, typename W>
+void bandRows(bool redRowFirst, const Rows& rows, const W& out, int32_t height, int32_t width, int32_t first,
+              int32_t count) {
+    const uint32_t endCol = lastColsStart(width);
+    for (int32_t y = first; y < first + count; ++y) {
+        const Around<T> a{rows.row(y == 0 ? 1 : y - 1), rows.row(y), rows.row(y == height - 1 ? height - 2 : y + 1)};
+        const ptrdiff_t base = static_cast<ptrdiff_t>(y) * width;
+        const bool evenKind = ((y & 1) == 0) == redRowFirst;
+        if (evenKind) {
+            rowStart<Kind::Even>(out, base, a);
+            rowInterior<Kind::Even>(out, base, a, width);
+        } else {
+            rowStart<Kind::Odd>(out, base, a);
+            rowInterior<Kind::Odd>(out, base, a, width);
+        }
+        if (!redRowFirst && y < 2)
+            grFirstRowEnd(y, rows.row(0), rows.row(1), rows.row(2), out, width);
+        else if (evenKind)
+            rowEnd<Kind::Even>(out, base, a, width, endCol);
+        else
+            rowEnd<Kind::Odd>(out, base, a, width, endCol);
     }
-    if (width - static_cast<int64_t>(k) != 2) return;  // width < 3
-    const ptrdiff_t c = k;
-    const auto& end = oddWidthEndWriter(out);
-    Rgb p = site<Kind::Odd, Kind::Odd>(a0, c - 1, c, c + 1);
-    p.green = oddWidthRow0Green(src, width, c);
-    put(end, c, p);
-    putSite<Kind::Odd, Kind::Even>(end, c + 1, a0, c, c + 1, c);
-    p = site<Kind::Even, Kind::Odd>(a1, c - 1, c, c + 1);
-    p.blue = oddWidthRow1Blue(src, width, c);
-    put(end, width + c, p);
-    p = site<Kind::Even, Kind::Even>(a1, c, c + 1, c);
-    p.blue = oddWidthRow1Blue(src, width, c);
-    put(end, width + c + 1, p);
 }
 
 // ---------------------------------------------------------------- whole frames

@@ -114,10 +114,20 @@ inline constexpr PassKind kTopRed{Src::Unused, Src::Alias, Src::Compute, Src::Co
 inline constexpr PassKind kTopBlueGreens{Src::Unused, Src::Unused, Src::Unused, Src::Compute, false, false};
 // y = 1 of a frame whose row 0 is blue: row -1 is row 1.
 inline constexpr PassKind kTopBlue{Src::Alias, Src::Store, Src::Compute, Src::Compute, true, true};
+// Any pair, greens only: what a band's first pass would find in the store
+// had the pass before it run.
+inline constexpr PassKind kGreens{Src::Unused, Src::Unused, Src::Compute, Src::Compute, false, false};
 // y = H, after the last red row H-2: completes the blue row H-1 (row H is H-2).
 inline constexpr PassKind kBottomEven{Src::Store, Src::Store, Src::Alias, Src::Unused, true, false};
 // y = H-1, the last row red: completes rows H-2 and H-1 (row H is H-2).
 inline constexpr PassKind kBottomOdd{Src::Store, Src::Store, Src::Compute, Src::Alias, true, true};
+
+// A pass kind that completes only those of its rows the flags keep.
+constexpr PassKind keeping(PassKind k, bool upper, bool lower) {
+    k.upper = k.upper && upper;
+    k.lower = k.lower && lower;
+    return k;
+}
 
 // ------------------------------------------------------------------ stores
 
@@ -155,19 +165,23 @@ struct PixelGreenStore {
 // The source rows a piece sees: row r of its frame, with rows below `count`
 // mirrored about the last one and, when mirrorTop is set, rows above 0
 // mirrored about row 0 (a piece that starts inside a larger frame reads the
-// real rows above it instead).
+// real rows above it instead). Row r lies at base + (r - baseRow) * stride:
+// rows `width` apart from row 0 on, unless a band reads padded rows where
+// they are or only its own rows of a reduced frame.
 template <typename T>
 struct SourceRows {
     const T* base;
     int width;
     int count;
     bool mirrorTop;
+    ptrdiff_t stride = width;
+    int baseRow = 0;
 
     int map(int r) const {
         if (mirrorTop && r < 0) r = -r;
         return r > count - 1 ? 2 * (count - 1) - r : r;
     }
-    const T* row(int r) const { return base + static_cast<ptrdiff_t>(map(r)) * width; }
+    const T* row(int r) const { return base + static_cast<ptrdiff_t>(map(r) - baseRow) * stride; }
 };
 
 // The two kinds of store, bound to the rows of one pair.
@@ -485,6 +499,47 @@ struct Walk {
             pass<kBottomEven>(y);
         else if (y == h - 1)
             pass<kBottomOdd>(y);
+    }
+
+    template <PassKind K>
+    void passWithin(int y, bool upper, bool lower) const {
+        if (upper && lower)
+            pass<K>(y);
+        else if (upper)
+            pass<keeping(K, true, false)>(y);
+        else
+            pass<keeping(K, false, true)>(y);
+    }
+
+    // Rows first .. last of a whole frame (row 0 red or blue): the passes of
+    // top() and toBottom() that complete them, each completing only its rows
+    // inside the band. A red row is completed by its own pass, a blue row by
+    // the pass of the red row below. The pass before the first, greens only,
+    // leaves in the store what the first reads; with first = 0 and last =
+    // H-1 this is exactly top() followed by toBottom().
+    void band(bool redRowFirst, int first, int last) const {
+        const int h = src.count;
+        const int redParity = redRowFirst ? 0 : 1;
+        auto passOf = [redParity](int r) { return r + ((r - redParity) & 1); };
+        const int from = passOf(first);
+        if (!redRowFirst && from == 1)
+            pass<kTopBlueGreens>(-1);
+        else if (from > 0)
+            pass<kGreens>(from - 2);
+        for (int y = from; y <= passOf(last); y += 2) {
+            const bool upper = y - 1 >= first;
+            const bool lower = y <= last;
+            if (redRowFirst && y == 0)
+                passWithin<kTopRed>(y, upper, lower);
+            else if (!redRowFirst && y == 1)
+                passWithin<kTopBlue>(y, upper, lower);
+            else if (y == h)
+                passWithin<kBottomEven>(y, upper, lower);
+            else if (y == h - 1)
+                passWithin<kBottomOdd>(y, upper, lower);
+            else
+                passWithin<kBody>(y, upper, lower);
+        }
     }
 };
 

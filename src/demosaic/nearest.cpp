@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "demosaic/band.hpp"
 #include "demosaic/layout.hpp"
 #include "zelvora.h"
 
@@ -52,65 +53,47 @@ void blueRow(const Writer& out, ptrdiff_t base, const uint8_t* own, const uint8_
     if (x < width) out.put(base + x, companion[x - 1], own[x - 1], own[x]);
 }
 
-// Source rows around an output row pair.
-struct RowTriple {
-    const uint8_t* above;  // the red row above the pair
-    const uint8_t* first;  // the pair's blue row
-    const uint8_t* below;  // the pair's red row
-};
-
-// Two output rows (blue row, red row) from three source rows.
+// Output rows first .. first+count-1. Row y is produced from its own source
+// row and a companion row: the row above it, or row 1 for row 0. A red row
+// 0 is the one row that takes the green of column 0 from its right.
 template <typename Writer>
-void body(const Writer& out, ptrdiff_t base, const RowTriple& rows, int32_t width) {
-    blueRow(out, base, rows.first, rows.above, width);
-    redRow(out, base + width, rows.below, rows.first, width, false);
-}
-
-// The final lone blue row of a frame.
-template <typename Writer>
-void lastRows(const Writer& out, ptrdiff_t base, const RowTriple& rows, int32_t width) {
-    blueRow(out, base, rows.first, rows.above, width);
-}
-
-// Rows from `firstBlueRow` on, whose row above is a red row: pairs, then a
-// lone last row when one is left.
-template <typename Writer>
-void pairsFrom(const Writer& out, const uint8_t* src, int32_t height, int32_t width, int32_t firstBlueRow) {
-    int32_t y = firstBlueRow;
-    for (; y < height - 1; y += 2) {
-        const uint8_t* first = src + static_cast<ptrdiff_t>(y) * width;
-        body(out, static_cast<ptrdiff_t>(y) * width, RowTriple{first - width, first, first + width}, width);
-    }
-    if (y < height) {
-        const uint8_t* first = src + static_cast<ptrdiff_t>(y) * width;
-        lastRows(out, static_cast<ptrdiff_t>(y) * width, RowTriple{first - width, first, nullptr}, width);
+void nearestRows(bool gbOrder, const Writer& out, const RowSource& src, int32_t width, int32_t first,
+                 int32_t count) {
+    for (int32_t y = first; y < first + count; ++y) {
+        const uint8_t* own = src.row(y);
+        const uint8_t* companion = src.row(y == 0 ? 1 : y - 1);
+        const ptrdiff_t base = static_cast<ptrdiff_t>(y) * width;
+        if (((y & 1) == 0) != gbOrder)
+            redRow(out, base, own, companion, width, y == 0);
+        else
+            blueRow(out, base, own, companion, width);
     }
 }
 
-// RG native order: row 0 is a red row paired with row 1.
-template <typename Writer>
-int32_t nearestRG(const Writer& out, const uint8_t* src, int32_t height, int32_t width) {
-    redRow(out, 0, src, src + width, width, true);
-    pairsFrom(out, src, height, width, 1);
-    return ZEL_OK;
-}
-
-// GB native order: rows 0 (blue) and 1 (red) both take their blocks from
-// rows 0 and 1; from row 1 on the mosaic is an RG mosaic.
-template <typename Writer>
-int32_t nearestGB(const Writer& out, const uint8_t* src, int32_t height, int32_t width) {
-    blueRow(out, 0, src, src + width, width);
-    redRow(out, width, src + width, src, width, false);
-    pairsFrom(out, src, height, width, 2);
-    return ZEL_OK;
-}
-
+// The whole frame: RG is a red row 0 followed by (blue, red) pairs; GB a blue
+// row 0 and a red row 1, both from rows 0 and 1, followed by the same pairs.
 template <typename Writer>
 int32_t nearest(bool gbOrder, const Writer& out, const uint8_t* src, int32_t height, int32_t width) {
-    return gbOrder ? nearestGB(out, src, height, width) : nearestRG(out, src, height, width);
+    nearestRows(gbOrder, out, RowSource{src, width, 0}, width, 0, height);
+    return ZEL_OK;
 }
 
+// Bands of any output layout, the channel order chosen at run time as the
+// exported kernels choose it.
+struct NearestBands {
+    static constexpr Alpha kAlpha = Alpha::Zero;
+    static constexpr bool kFixedOrder = false;
+    template <typename Writer>
+    static int32_t band(bool redRowFirst, const Writer& out, const BandCall& c) {
+        nearestRows(!redRowFirst, out, c.src, c.width, c.first, c.count);
+        return ZEL_OK;
+    }
+};
+
 }  // namespace
+
+const BandTable kNearestBands = bandTable<NearestBands>();
+
 }  // namespace zel
 
 using Bgr8 = zel::Interleaved<uint8_t, 3>;

@@ -162,6 +162,29 @@ ZEL_API void unpacked(const uint8_t* src, int32_t height, int32_t width, int32_t
 /* ------------------------------------------------------------------------ */
 
 ZEL_API int32_t zelDemosaicing(ZelHandle* handle, const ZelImage* input, int32_t method, ZelImage* output);
+
+/* Demosaics output rows firstRow .. firstRow + rowCount - 1 only, so that a
+ * frame can be cut into row bands that run on several threads, or converted
+ * as its rows arrive. Every byte written is the byte zelDemosaicing leaves in
+ * those rows for the same input, method and handle output format (each plane
+ * of planar output: those rows of the plane); nothing outside them is
+ * written. `output->data` is the whole frame's buffer, of the size
+ * zelDemosaicing needs. Reads only the input rows the band needs (the band
+ * and, by method, up to four rows above and below it), never modifies the
+ * input (padded 8-bit rows are read where they are), and uses the handle's
+ * scratch for the band alone: about width x (rowCount + 9) bytes for deep or
+ * packed input, width + 64 bytes otherwise. Bands on separate handles may
+ * run at the same time; give each thread its own handle and its own output
+ * record (sharing the data pointer). Checks and statuses as zelDemosaicing
+ * (94, 95, 96, 104, 110, 115, 119; the edge-directed method refuses frames
+ * below 6 x 6 with its kernel's number), and also: a stride shorter than one
+ * input row (width bytes; 2 x width for 16-bit samples; width + width / 2
+ * packed) prints 131 and returns -104; a band not inside the frame (firstRow
+ * < 0, rowCount <= 0, or firstRow + rowCount > height) prints 133 and returns
+ * -111. On success the output record's height, width and pixelFormat are
+ * filled as zelDemosaicing fills them. */
+ZEL_API int32_t zelDemosaicingRows(ZelHandle* handle, const ZelImage* input, int32_t method, ZelImage* output,
+                                   int32_t firstRow, int32_t rowCount);
 ZEL_API int32_t mono8Convert(const uint8_t* frame, uint8_t* dst, int32_t height, int32_t width,
                              ZelPixelType outputFormat);
 ZEL_API int32_t rg8Convert(const uint8_t* frame, uint8_t* dst, int32_t height, int32_t width,

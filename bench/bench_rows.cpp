@@ -34,7 +34,7 @@ void frame(benchmark::State& state) {
 void cases(benchmark::internal::Benchmark* b) {
     for (const int64_t code : {ZEL_PIX_BAYER_RG8, ZEL_PIX_BAYER_RG12})
         for (int64_t method = 0; method < 3; ++method)
-            for (const int64_t rows : {0, 64, 256}) b->Args({method, rows, code});
+            for (const int64_t rows : {0, 64, 256, 1080}) b->Args({method, rows, code});
 }
 
 BENCHMARK(frame)->Name("rows/method,bandRows,code")->Apply(cases);

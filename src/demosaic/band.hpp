@@ -59,9 +59,11 @@ constexpr bool redIsBlue(Bayer b) { return b == Bayer::BG || b == Bayer::GR; }
 // compile time, or chosen at run time as its exported kernels do).
 template <typename Engine, Layout L, bool RedIsBlue>
 auto bandWriter(const BandCall& c) {
-    constexpr Alpha A = Engine::kAlpha;
     constexpr bool swap = (L == Layout::Rgb8 || L == Layout::Rgba8) != RedIsBlue;
     constexpr int n = (L == Layout::Bgra8 || L == Layout::Rgba8) ? 4 : 3;
+    // Three-byte writers have no alpha; naming them alike lets bands share
+    // the whole-frame kernels' instantiations of the engines.
+    constexpr Alpha A = n == 4 ? Engine::kAlpha : Alpha::Zero;
     if constexpr (L == Layout::Mono8) {
         return Luma{c.dst, RedIsBlue ? 29u : 77u, 150u, RedIsBlue ? 77u : 29u};
     } else if constexpr (L == Layout::RgbPlanar || L == Layout::BgrPlanar) {

@@ -115,17 +115,23 @@ inline constexpr PassKind kTopBlueGreens{Src::Unused, Src::Unused, Src::Unused, 
 // y = 1 of a frame whose row 0 is blue: row -1 is row 1.
 inline constexpr PassKind kTopBlue{Src::Alias, Src::Store, Src::Compute, Src::Compute, true, true};
 // Any pair, greens only: what a band's first pass would find in the store
-// had the pass before it run.
+// had the pass before it run; the blue greens alone when that pass only
+// completes its red row.
 inline constexpr PassKind kGreens{Src::Unused, Src::Unused, Src::Compute, Src::Compute, false, false};
+inline constexpr PassKind kBlueGreens{Src::Unused, Src::Unused, Src::Unused, Src::Compute, false, false};
 // y = H, after the last red row H-2: completes the blue row H-1 (row H is H-2).
 inline constexpr PassKind kBottomEven{Src::Store, Src::Store, Src::Alias, Src::Unused, true, false};
 // y = H-1, the last row red: completes rows H-2 and H-1 (row H is H-2).
 inline constexpr PassKind kBottomOdd{Src::Store, Src::Store, Src::Compute, Src::Alias, true, true};
 
-// A pass kind that completes only those of its rows the flags keep.
+// A pass kind that completes only those of its rows the flags keep, and
+// skips the greens only the other row needs: the blue row y-1 alone reads
+// the red greens of row y-2, the red row y alone the blue greens of row y+1.
 constexpr PassKind keeping(PassKind k, bool upper, bool lower) {
     k.upper = k.upper && upper;
     k.lower = k.lower && lower;
+    if (!k.upper && k.oldRed == Src::Store) k.oldRed = Src::Unused;
+    if (!k.lower && k.newBlue == Src::Compute) k.newBlue = Src::Unused;
     return k;
 }
 
@@ -516,7 +522,8 @@ struct Walk {
     // inside the band. A red row is completed by its own pass, a blue row by
     // the pass of the red row below. The pass before the first, greens only,
     // leaves in the store what the first reads; with first = 0 and last =
-    // H-1 this is exactly top() followed by toBottom().
+    // H-1 this is exactly top() followed by toBottom(). The store ends as
+    // the whole walk leaves it whenever the band reaches the last row.
     void band(bool redRowFirst, int first, int last) const {
         const int h = src.count;
         const int redParity = redRowFirst ? 0 : 1;
@@ -524,6 +531,8 @@ struct Walk {
         const int from = passOf(first);
         if (!redRowFirst && from == 1)
             pass<kTopBlueGreens>(-1);
+        else if (from > 0 && from == first)
+            pass<kBlueGreens>(from - 2);
         else if (from > 0)
             pass<kGreens>(from - 2);
         for (int y = from; y <= passOf(last); y += 2) {

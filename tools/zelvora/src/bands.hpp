@@ -1,0 +1,67 @@
+// One frame demosaiced on several threads: the frame is cut into one band of
+// rows per thread, and each thread runs zelDemosaicingRows with its own
+// handle. The workers live as long as the runner, so a frame costs a wake-up
+// rather than a thread start.
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "library.hpp"
+
+namespace zelvora {
+
+// The number of online cores, at least 1: the default of --threads.
+int onlineCores();
+
+class BandRunner {
+public:
+    explicit BandRunner(int threads);  // 1 runs every band on the caller's thread
+    ~BandRunner();
+    BandRunner(const BandRunner&) = delete;
+    BandRunner& operator=(const BandRunner&) = delete;
+
+    int threads() const { return static_cast<int>(handles_.size()); }
+    // Every handle's output layout; the first failing status.
+    int32_t setLayout(ZelPixelType code);
+    // The whole frame into out (filled as zelDemosaicing fills it). Returns
+    // the first band's failing status, or 0. What the library prints goes to
+    // standard output from whichever thread fails (a Diagnostics run around
+    // this call catches it).
+    int32_t demosaic(const ZelImage& in, int32_t method, ZelImage& out);
+
+private:
+    void work(int band);
+    int32_t runBand(int band);
+
+    std::vector<std::unique_ptr<Handle>> handles_;
+    std::vector<std::thread> workers_;
+    std::mutex mutex_;
+    std::condition_variable wake_;
+    std::condition_variable finished_;
+    uint64_t generation_ = 0;
+    int pending_ = 0;
+    bool stopping_ = false;
+    // The frame in hand; a band already run (-1: none).
+    const ZelImage* in_ = nullptr;
+    int done_ = -1;
+    int32_t method_ = 0;
+    ZelImage out_{};
+    std::vector<int32_t> statuses_;
+    std::vector<ZelImage> records_;
+    // The last frame that passed the library's checks.
+    struct Shape {
+        int32_t height, width;
+        uint32_t pixelFormat;
+        int32_t stride, method;
+        bool operator==(const Shape&) const = default;
+    };
+    bool passed_ = false;
+    Shape shape_{};
+};
+
+}  // namespace zelvora

@@ -19,6 +19,7 @@
 #include "demosaic/nearest-inl.h"
 #include "frame/frame-inl.h"
 #include "input/reduce-inl.h"
+#include "lsc/correct-inl.h"
 #include "simd/dispatch.hpp"
 
 HWY_BEFORE_NAMESPACE();
@@ -41,6 +42,8 @@ const simd::Kernels kKernels{
     UnpackRun,
     GreyRun,
     WidenRun,
+    {lsc::PixelRun<uint8_t>, lsc::PixelRun<uint16_t>},
+    {lsc::BlockRun<uint8_t>, lsc::BlockRun<uint16_t>},
 };
 #endif
 
@@ -51,7 +54,7 @@ HWY_AFTER_NAMESPACE();
 namespace zel::simd {
 namespace {
 
-const Kernels kScalar{"scalar", {}, {}, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
+const Kernels kScalar{"scalar", {}, {}, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, {}, {}};
 
 struct Candidate {
     const Kernels* kernels;

@@ -5,6 +5,8 @@
 // is made once per process: on x86 the best target the processor and the
 // operating system support, on other architectures the static target.
 #include <atomic>
+#include <cstdlib>
+#include <cstring>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -21,6 +23,7 @@
 #include "input/reduce-inl.h"
 #include "lsc/correct-inl.h"
 #include "simd/dispatch.hpp"
+#include "zelvora.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace zel::HWY_NAMESPACE {
@@ -114,13 +117,23 @@ const Supported& supported() {
 
 std::atomic<const Kernels*> gInUse{nullptr};
 
+// The best supported table, or the one ZELVORA_INSTRUCTION_SET names when
+// it is supported.
+const Kernels* preferred() {
+    const Supported& s = supported();
+    if (const char* name = std::getenv("ZELVORA_INSTRUCTION_SET"))
+        for (size_t i = 0; i < s.count; ++i)
+            if (std::strcmp(s.list[i]->target, name) == 0) return s.list[i];
+    return s.list[0];
+}
+
 }  // namespace
 
 const Kernels& kernels() {
     const Kernels* k = gInUse.load(std::memory_order_acquire);
     if (k != nullptr) return *k;
     // Racing first calls all store the same table.
-    k = supported().list[0];
+    k = preferred();
     gInUse.store(k, std::memory_order_release);
     return *k;
 }
@@ -133,4 +146,6 @@ std::span<const Kernels* const> supportedKernels() {
 void useKernels(const Kernels& k) { gInUse.store(&k, std::memory_order_release); }
 
 }  // namespace zel::simd
+
+extern "C" ZEL_API const char* zelInstructionSet(void) { return zel::simd::kernels().target; }
 #endif  // HWY_ONCE

@@ -39,7 +39,7 @@ class CApi:
         src = np.ascontiguousarray(frame)
         out = np.zeros(frame.shape + (3,), np.uint16)
         name = "zelDemosaicingBilinearU16" if method == "bilinear" else EDGE16[order]
-        getattr(self.lib, name)(src.ctypes.data, frame.shape[0], frame.shape[1], out.ctypes.data)
+        getattr(self.lib, name)(ctypes.c_void_p(src.ctypes.data), frame.shape[0], frame.shape[1], ctypes.c_void_p(out.ctypes.data))
         return out.tobytes()
 
     def lsc_correct(self, table_bytes, frame, code):

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "library.hpp"
 #include "zelvora.h"
 
 namespace zelvora::py {
@@ -37,19 +38,6 @@ int printOrKeep(const char* format, va_list args) {
 
 Capture::Capture() : previous_(tSink) { tSink = &text_; }
 Capture::~Capture() { tSink = previous_; }
-
-std::string statusName(int32_t status) {
-    switch (status) {
-        case ZEL_OK: return "ZEL_OK";
-        case errComputeFailed: return "errComputeFailed";
-        case errUnsupportedInput: return "errUnsupportedInput";
-        case errBadImageSize: return "errBadImageSize";
-        case errUnsupportedOutput: return "errUnsupportedOutput";
-        case errInvalidParameter: return "errInvalidParameter";
-        case errNoMemory: return "errNoMemory";
-        default: return "status " + std::to_string(status);
-    }
-}
 
 std::string LibraryError::message() const {
     std::string text = operation + " failed: " + statusName(status) + " (" + std::to_string(status) + ")";

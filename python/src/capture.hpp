@@ -21,9 +21,6 @@ struct LibraryError {
     std::string message() const;
 };
 
-// "errBadImageSize" for -104 and so on; "status N" for anything unknown.
-std::string statusName(int32_t status);
-
 // The outcome of one call: its status and what it printed on this thread.
 struct Outcome {
     const char* operation = "";

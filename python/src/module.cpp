@@ -7,6 +7,7 @@
 #include "api.hpp"
 #include "capture.hpp"
 #include "formats.hpp"
+#include "library.hpp"
 
 namespace pyb = pybind11;
 using namespace pybind11::literals;
@@ -131,7 +132,7 @@ PYBIND11_MODULE(zelvora, m) {
             const pyb::object type = pyb::module_::import("zelvora").attr("Error");
             pyb::object instance = type(failure.message());
             instance.attr("status") = failure.status;
-            instance.attr("status_name") = zelvora::py::statusName(failure.status);
+            instance.attr("status_name") = zelvora::statusName(failure.status);
             instance.attr("line") = failure.line ? pyb::object(pyb::int_(*failure.line)) : pyb::none();
             PyErr_SetObject(type.ptr(), instance.ptr());
         }

@@ -1,6 +1,10 @@
 // The cost of cutting a frame into row bands: one zelDemosaicing call against
 // zelDemosaicingRows over consecutive bands on one thread, 1920x1080, BGR8
 // output. Arguments: method, band rows (0: the whole-frame call), input code.
+// And the scaling: the frame as one band per thread, a handle each (wall
+// time; threads are started for every frame).
+#include <thread>
+
 #include "frames.hpp"
 #include "zelvora.h"
 
@@ -38,5 +42,31 @@ void cases(benchmark::internal::Benchmark* b) {
 }
 
 BENCHMARK(frame)->Name("rows/method,bandRows,code")->Apply(cases);
+
+void threads(benchmark::State& state) {
+    const int32_t method = static_cast<int32_t>(state.range(0));
+    const int count = static_cast<int>(state.range(1));
+    const int w = 1920, h = 1080;
+    auto src = zelbench::mosaic(w, h);
+    std::vector<uint8_t> dst(static_cast<size_t>(w) * h * 3);
+    std::vector<ZelHandle*> handles(count);
+    for (auto& handle : handles) zelCreate(&handle);
+    const ZelImage in{h, w, ZEL_PIX_BAYER_RG8, src.data(), w};
+    for (auto _ : state) {
+        std::vector<std::thread> pool;
+        for (int t = 0; t < count; ++t)
+            pool.emplace_back([&, t] {
+                ZelImage out{0, 0, 0, dst.data(), 0};
+                const int first = h * t / count, end = h * (t + 1) / count;
+                zelDemosaicingRows(handles[t], &in, method, &out, first, end - first);
+            });
+        for (auto& thread : pool) thread.join();
+        benchmark::DoNotOptimize(dst.data());
+    }
+    for (auto& handle : handles) zelRelease(&handle);
+    zelbench::setPixelRate(state, w, h);
+}
+
+BENCHMARK(threads)->Name("rows/threads/method,threads")->ArgsProduct({{0, 1, 2}, {1, 2}})->UseRealTime();
 
 }  // namespace

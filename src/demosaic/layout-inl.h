@@ -33,12 +33,21 @@ struct VectorStore {
     HWY_INLINE void samples(ptrdiff_t i, VT red, VT green, VT blue) const {
         using Kind = VectorOut::Kind;
         const typename P::DT d;
-        if constexpr (K == Kind::Three || K == Kind::Four) {
+        if constexpr (K == Kind::Three || K == Kind::Four || K == Kind::FourKeep) {
             const VT first = out.swapRB ? red : blue;
             const VT third = out.swapRB ? blue : red;
             T* p = static_cast<T*>(out.dst) + i * (K == Kind::Three ? 3 : 4);
-            if constexpr (K == Kind::Three) hn::StoreInterleaved3(first, green, third, d, p);
-            else hn::StoreInterleaved4(first, green, third, hn::Zero(d), d, p);
+            if constexpr (K == Kind::Three) {
+                hn::StoreInterleaved3(first, green, third, d, p);
+            } else if constexpr (K == Kind::Four) {
+                hn::StoreInterleaved4(first, green, third, hn::Zero(d), d, p);
+            } else {
+                // Byte 3 keeps what the buffer holds: it is read and written
+                // back unchanged with the other three.
+                VT b0, b1, b2, kept;
+                hn::LoadInterleaved4(d, p, b0, b1, b2, kept);
+                hn::StoreInterleaved4(first, green, third, kept, d, p);
+            }
         } else if constexpr (K == Kind::Planes) {
             hn::StoreU(red, d, static_cast<T*>(out.dst) + i);
             hn::StoreU(green, d, static_cast<T*>(out.green) + i);
@@ -66,15 +75,16 @@ struct VectorStore {
 };
 
 // Calls f(store) with the store of out's kind and returns its result, or
-// returns `unhandled` for a kind that has no vector store for T: four bytes
-// whose fourth is kept, luma of 16-bit samples, and luma whose weights would
-// overflow 16-bit lanes (the scalar writer sums in 32 bits).
+// returns `unhandled` for a kind that has no vector store for T: luma of
+// 16-bit samples, and luma whose weights would overflow 16-bit lanes (the
+// scalar writer sums in 32 bits).
 template <typename T, typename F>
 HWY_INLINE ptrdiff_t withStore(const VectorOut& out, ptrdiff_t unhandled, F&& f) {
     using Kind = VectorOut::Kind;
     switch (out.kind) {
         case Kind::Three: return f(VectorStore<T, Kind::Three>{out});
         case Kind::Four: return f(VectorStore<T, Kind::Four>{out});
+        case Kind::FourKeep: return f(VectorStore<T, Kind::FourKeep>{out});
         case Kind::Planes: return f(VectorStore<T, Kind::Planes>{out});
         case Kind::Luma:
             if constexpr (sizeof(T) == 1) {

@@ -1,7 +1,13 @@
 // Edge-directed demosaicing: the 8-bit drivers per output layout and phase,
-// and the 16-bit entries.
+// and the 16-bit entries; OpenCV's edge-aware conversions in the same run
+// when the build found OpenCV.
 #include "frames.hpp"
 #include "zelvora.h"
+
+#ifdef ZELBENCH_OPENCV
+#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
+#endif
 
 namespace {
 
@@ -13,8 +19,14 @@ void rgBgr(benchmark::State& s) {
 void gbBgr(benchmark::State& s) {
     timeFrames(s, 3, [](auto src, int h, int w, auto dst, auto) { gb8ToBgr8_edge(src, h, w, dst, 0); });
 }
+void rgRgb(benchmark::State& s) {
+    timeFrames(s, 3, [](auto src, int h, int w, auto dst, auto) { rg8ToBgr8_edge(src, h, w, dst, 1); });
+}
 void rgBgra(benchmark::State& s) {
     timeFrames(s, 4, [](auto src, int h, int w, auto dst, auto) { rg8ToBgra8_edge(src, h, w, dst, 0); });
+}
+void rgRgba(benchmark::State& s) {
+    timeFrames(s, 4, [](auto src, int h, int w, auto dst, auto) { rg8ToBgra8_edge(src, h, w, dst, 1); });
 }
 void rgPlanar(benchmark::State& s) {
     timeFrames(s, 3, [](auto src, int h, int w, auto dst, auto line) {
@@ -29,16 +41,42 @@ void rgMono(benchmark::State& s) {
 void rggb16(benchmark::State& s) {
     timeFrames<uint16_t>(s, 3, [](auto src, int h, int w, auto dst, auto) { demosaicingEdgeRGGBU16(src, h, w, dst); });
 }
+void grbg16(benchmark::State& s) {
+    timeFrames<uint16_t>(s, 3, [](auto src, int h, int w, auto dst, auto) { demosaicingEdgeGRBGU16(src, h, w, dst); });
+}
+void gbrg16(benchmark::State& s) {
+    timeFrames<uint16_t>(s, 3, [](auto src, int h, int w, auto dst, auto) { demosaicingEdgeGBRGU16(src, h, w, dst); });
+}
 void bggr16(benchmark::State& s) {
     timeFrames<uint16_t>(s, 3, [](auto src, int h, int w, auto dst, auto) { demosaicingEdgeBGGRU16(src, h, w, dst); });
 }
 
+#ifdef ZELBENCH_OPENCV
+// OpenCV's "BG" codes are for mosaics whose first row starts R G. One thread.
+template <typename T>
+void openCvEdgeAware(benchmark::State& s) {
+    cv::setNumThreads(1);
+    timeFrames<T>(s, 3, [](auto src, int h, int w, auto dst, auto) {
+        constexpr int type = sizeof(T) == 1 ? CV_8UC1 : CV_16UC1;
+        const cv::Mat in(h, w, type, const_cast<T*>(src));
+        cv::Mat out(h, w, sizeof(T) == 1 ? CV_8UC3 : CV_16UC3, dst);
+        cv::cvtColor(in, out, cv::COLOR_BayerBG2BGR_EA);
+    });
+}
+BENCHMARK(openCvEdgeAware<uint8_t>)->Name("edge/opencv/BayerBG2BGR_EA_8u")->Apply(zelbench::frameSizes);
+BENCHMARK(openCvEdgeAware<uint16_t>)->Name("edge/opencv/BayerBG2BGR_EA_16u")->Apply(zelbench::frameSizes);
+#endif
+
 BENCHMARK(rgBgr)->Name("edge/rg8ToBgr8")->Apply(zelbench::frameSizes);
 BENCHMARK(gbBgr)->Name("edge/gb8ToBgr8")->Apply(zelbench::frameSizes);
+BENCHMARK(rgRgb)->Name("edge/rg8ToRgb8")->Apply(zelbench::frameSizes);
 BENCHMARK(rgBgra)->Name("edge/rg8ToBgra8")->Apply(zelbench::frameSizes);
+BENCHMARK(rgRgba)->Name("edge/rg8ToRgba8")->Apply(zelbench::frameSizes);
 BENCHMARK(rgPlanar)->Name("edge/rg8ToBgr8P")->Apply(zelbench::frameSizes);
 BENCHMARK(rgMono)->Name("edge/rg8ToMono8")->Apply(zelbench::frameSizes);
 BENCHMARK(rggb16)->Name("edge/demosaicingEdgeRGGBU16")->Apply(zelbench::frameSizes);
+BENCHMARK(grbg16)->Name("edge/demosaicingEdgeGRBGU16")->Apply(zelbench::frameSizes);
+BENCHMARK(gbrg16)->Name("edge/demosaicingEdgeGBRGU16")->Apply(zelbench::frameSizes);
 BENCHMARK(bggr16)->Name("edge/demosaicingEdgeBGGRU16")->Apply(zelbench::frameSizes);
 
 }  // namespace

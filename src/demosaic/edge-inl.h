@@ -118,6 +118,9 @@ HWY_INLINE void writeNewGreens(const simd::EdgeRun<T>& run, int x, int count, co
     for (int j = 0; j < count; ++j) run.greens[2 + (j & 1)][run.greenStep * (x + j)] = src[j];
 }
 
+// Every step from x to last when there are at least as many as one vector
+// holds; the last vector of a block may overlap the one before, which then
+// computes the same values twice.
 template <typename T>
 HWY_FLATTEN int EdgeSpan(const simd::EdgeRun<T>& run, edge::Window& w, int x, int last) {
     using SP = SignedPairs<T>;
@@ -130,15 +133,26 @@ HWY_FLATTEN int EdgeSpan(const simd::EdgeRun<T>& run, edge::Window& w, int x, in
         T oldG[2 + kBlock];
         T newG[2 + kBlock];
         const S maxValue{hn::Set(typename SP::DS(), run.maxValue)};
-        const int blockSteps = std::max(n, kBlock / 2 / n * n);
-        while (x + 2 * (n - 1) <= last) {
-            const int cols = 2 * std::min(blockSteps, ((last - x) / 2 + 1) / n * n);
+        const int blockSteps = kBlock / 2 / n * n;  // at least two vectors
+        for (int left = (last - x) / 2 + 1; left > 0;) {
+            // A block of whole vectors, or all that is left; never leave
+            // fewer steps than one vector for the last block.
+            const int steps = left <= blockSteps ? left : std::min(blockSteps, left - n);
+            const int cols = 2 * steps;
             // Entries 0 and 1 are columns x-2 and x-1, from the window.
             oldG[0] = static_cast<T>(w.e[2].oldG), oldG[1] = static_cast<T>(w.e[3].oldG);
             newG[0] = static_cast<T>(w.e[2].newG), newG[1] = static_cast<T>(w.e[3].newG);
             readOldGreens(run, x, cols, oldG + 2);
-            for (int j = 0; j < cols; j += 2 * n) newGreens(run, x + j, newG + 2 + j, maxValue);
-            for (int j = 0; j < cols; j += 2 * n) completeSteps(run, store, x + j, oldG + j, newG + j, maxValue);
+            for (int j = 0;; j += 2 * n) {
+                j = std::min(j, cols - 2 * n);
+                newGreens(run, x + j, newG + 2 + j, maxValue);
+                if (j == cols - 2 * n) break;
+            }
+            for (int j = 0;; j += 2 * n) {
+                j = std::min(j, cols - 2 * n);
+                completeSteps(run, store, x + j, oldG + j, newG + j, maxValue);
+                if (j == cols - 2 * n) break;
+            }
             writeNewGreens(run, x, cols, newG + 2);
             // The window of the last step done: columns x + cols - 4 .. x + cols - 1.
             for (int k = 0; k < 4; ++k) {
@@ -151,6 +165,7 @@ HWY_FLATTEN int EdgeSpan(const simd::EdgeRun<T>& run, edge::Window& w, int x, in
                 e.newD = edge::difference<int>(run.row[2 + site][c], e.newG);
             }
             x += cols;
+            left -= steps;
         }
         return x;
     }));

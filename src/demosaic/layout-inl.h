@@ -42,11 +42,15 @@ struct VectorStore {
             } else if constexpr (K == Kind::Four) {
                 hn::StoreInterleaved4(first, green, third, hn::Zero(d), d, p);
             } else {
-                // Byte 3 keeps what the buffer holds: it is read and written
-                // back unchanged with the other three.
-                VT b0, b1, b2, kept;
-                hn::LoadInterleaved4(d, p, b0, b1, b2, kept);
-                hn::StoreInterleaved4(first, green, third, kept, d, p);
+                // Byte 3 is never written: the pixels are formed with a zero
+                // there and stored through a mask that leaves it out.
+                constexpr size_t kMax = hn::MaxLanes(typename P::DT());
+                HWY_ALIGN T formed[4 * kMax];
+                hn::StoreInterleaved4(first, green, third, hn::Zero(d), d, formed);
+                const auto three = hn::Set(d, T{3});
+                const auto keep = hn::Ne(hn::And(hn::Iota(d, 0), three), three);
+                const size_t n = hn::Lanes(d);
+                for (size_t k = 0; k < 4; ++k) hn::BlendedStore(hn::Load(d, formed + k * n), keep, d, p + k * n);
             }
         } else if constexpr (K == Kind::Planes) {
             hn::StoreU(red, d, static_cast<T*>(out.dst) + i);

@@ -259,6 +259,12 @@ struct Mirrored {
     int operator()(int c) const { return mirror(c, last); }
 };
 
+// The parts of an entry that mirror the other group of the same colour.
+inline void settleAliases(Entry& e, Src from, Src to) {
+    if (from == Src::Alias) e.oldG = e.newG, e.oldD = e.newD;
+    if (to == Src::Alias) e.newG = e.oldG, e.newD = e.oldD;
+}
+
 // Fills the window entry of column c: the old green and difference (rows y-2
 // or y-1), the new ones (rows y or y+1). Resume reads the new greens from the
 // store instead of computing them (a piece continuing another's work).
@@ -283,8 +289,7 @@ inline void fill(const P& p, Entry& e, int c, Cols cols) {
         }
         e.newD = difference<int>(r[c], e.newG);
     }
-    if constexpr (from == Src::Alias) e.oldG = e.newG, e.oldD = e.newD;
-    if constexpr (to == Src::Alias) e.newG = e.oldG, e.newD = e.oldD;
+    settleAliases(e, from, to);
 }
 
 // A missing red or blue: the base (the sample at a green site, the green at
@@ -431,18 +436,14 @@ void resumeAt(const P& p, Window& w, int x) {
     fill<K, Site::Blue, true>(p, w.e[3], x - 1, Inside{});
 }
 
-// Passes whose interior steps have a vector form: greens computed from the
-// source, old ones read from the store, rows y-1 and y completed, nothing
-// written ahead at every step.
-constexpr bool hasVectorSteps(PassKind k) {
-    return k.oldRed == Src::Store && k.oldBlue == Src::Store && k.newRed == Src::Compute &&
-           k.newBlue == Src::Compute && k.upper && k.lower && k.ahead != Ahead::EveryStep;
-}
+// Passes whose interior steps have a vector form: all but those that write
+// ahead at every step.
+constexpr bool hasVectorSteps(PassKind k) { return k.ahead != Ahead::EveryStep; }
 
 // The leading interior steps from x that the processor's vector span takes,
 // if the writer has a vector form; returns the first step left to the
 // scalar loop, with the window as the scalar steps would have left it.
-template <typename P>
+template <PassKind K, typename P>
 int vectorSteps(const P& p, Window& w, int x, int last) {
     using T = std::remove_cvref_t<decltype(*p.row[0])>;
     const VectorOut v = simd::vectorOutOf(p.out);
@@ -455,13 +456,13 @@ int vectorSteps(const P& p, Window& w, int x, int last) {
     simd::EdgeRun<T> run{{p.row[0], p.row[1], p.row[2], p.row[3], p.row[4], p.row[5]}, {}, 0, v, p.upper, p.lower,
                          p.maxValue};
     p.greens.vectorGreens(run);
-    return span(run, w, x, last);
+    return span(run, K, w, x, last);
 }
 
 template <PassKind K, typename P>
 void interiorSteps(const P& p, Window& w, InteriorSpan span) {
     int x = span.first;
-    if constexpr (hasVectorSteps(K)) x = vectorSteps(p, w, x, span.last);
+    if constexpr (hasVectorSteps(K)) x = vectorSteps<K>(p, w, x, span.last);
     for (; x <= span.last; x += 2) interiorStep<K>(p, w, x);
     if constexpr (K.ahead == Ahead::LastStep) {
         if (span.last >= span.first) aheadOfStep(p, w, span.last);

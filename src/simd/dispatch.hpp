@@ -20,7 +20,8 @@
 namespace zel::edge {
 template <typename V>
 struct WindowOf;
-}
+struct PassKind;
+}  // namespace zel::edge
 
 namespace zel::simd {
 
@@ -37,10 +38,10 @@ using BilinearSpan = ptrdiff_t (*)(const T* up, const T* mid, const T* dn, ptrdi
 using NearestSpan = ptrdiff_t (*)(const uint8_t* own, const uint8_t* companion, ptrdiff_t x, int32_t width,
                                   const VectorOut& out, ptrdiff_t base);
 
-// The interior steps of an edge-directed pass for the pair (y, y+1): steps
-// x, x+2, ... up to `last` (see edge.hpp), continuing from the window the
-// scalar steps left in `w` and leaving it as they would have. Returns the
-// first step not done.
+// The interior steps of an edge-directed pass of `kind` for the pair (y, y+1):
+// steps x, x+2, ... up to `last` (see edge.hpp), continuing from the window
+// the scalar steps left in `w` and leaving it as they would have. Returns
+// the first step not done.
 template <typename T>
 struct EdgeRun {
     const T* row[6];      // source rows y-2 .. y+3
@@ -52,7 +53,7 @@ struct EdgeRun {
     int maxValue;
 };
 template <typename T>
-using EdgeSpan = int (*)(const EdgeRun<T>& run, edge::WindowOf<int>& w, int x, int last);
+using EdgeSpan = int (*)(const EdgeRun<T>& run, const edge::PassKind& kind, edge::WindowOf<int>& w, int x, int last);
 
 // Element runs: the first `count` elements, returning how many were done.
 using ShiftRun = ptrdiff_t (*)(const uint8_t* src, ptrdiff_t count, int32_t shift, uint8_t* dst);

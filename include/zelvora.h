@@ -161,6 +161,18 @@ ZEL_API void unpacked(const uint8_t* src, int32_t height, int32_t width, int32_t
 /* Demosaicing entry and dispatchers                                         */
 /* ------------------------------------------------------------------------ */
 
+/* Demosaics one input frame into the layout the handle holds. With h, w and s
+ * the input's height, width and stride, the caller supplies these bytes:
+ *   8-bit input: the larger of h * w and (h - 1) * s + w. When s != w the
+ *     rows are packed together in place, rewriting the first h * w bytes.
+ *   16-bit containers: 2 * h * w when s = 2 * w, otherwise
+ *     (h - 1) * (s rounded down to even) + 2 * w.
+ *   Packed input (two pixels in three bytes): 3 * ceil(h * w / 2) when
+ *     s = w + w / 2, otherwise (h - 1) * s + 3 * ceil(w / 2); an odd width
+ *     still reads the whole last three-byte pair of a row.
+ *   Output: h * w * 3 for BGR8, RGB8 and both planar layouts, h * w * 4 for
+ *     BGRA8 and RGBA8, h * w for Mono8.
+ * A failed call writes no output; 8-bit input may already be packed. */
 ZEL_API int32_t zelDemosaicing(ZelHandle* handle, const ZelImage* input, int32_t method, ZelImage* output);
 ZEL_API int32_t mono8Convert(const uint8_t* frame, uint8_t* dst, int32_t height, int32_t width,
                              ZelPixelType outputFormat);
@@ -413,11 +425,25 @@ ZEL_API int32_t LSCcorrect16_2x2(const uint16_t* src, uint16_t* dst, uint32_t mo
                                  int32_t height, int32_t width, int32_t bitDepth);
 
 /* ------------------------------------------------------------------------ */
+/* Vector instruction set                                                    */
+/* ------------------------------------------------------------------------ */
+
+/* The instruction set the library's vector code runs on in this process:
+ * "AVX3" (AVX-512), "AVX2", "SSE4", "NEON", or "scalar" when it has none for
+ * this processor. Results are the same bytes whichever it is. The choice is
+ * made once, at the first call into the library, from what the processor
+ * supports; the environment variable ZELVORA_INSTRUCTION_SET, set to one of
+ * these names, narrows it to that set when the processor supports it. The
+ * returned string is static. (A query, not an operation: no status.) */
+ZEL_API const char* zelInstructionSet(void);
+
+/* ------------------------------------------------------------------------ */
 /* Frame utilities                                                           */
 /* ------------------------------------------------------------------------ */
 
 /* Pads the rows of a packed 3-byte-per-pixel frame in place to a multiple of
- * 4 bytes, as device-independent bitmaps want. */
+ * 4 bytes, as device-independent bitmaps want: the buffer must hold
+ * height * (3 * width rounded up to a multiple of 4) bytes. */
 ZEL_API int32_t zelBMPAdjust(ZelHandle* handle, ZelImage* image);
 /* Widens 3 bytes per pixel to 4, the fourth byte 0; channel order kept. */
 ZEL_API void bgrToBgra(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst);

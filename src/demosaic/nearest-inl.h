@@ -18,7 +18,8 @@ HWY_BEFORE_NAMESPACE();
 namespace zel::HWY_NAMESPACE {
 
 // Pairs (x, x+1), x odd, a vector of them at a time while column x + 2n (the
-// last one the loads touch) is inside the row.
+// last one the loads touch) is inside the row; the last vector may overlap
+// the one before it (overlappedSteps).
 template <bool RedRow>
 HWY_FLATTEN ptrdiff_t NearestSpan(const uint8_t* own, const uint8_t* companion, ptrdiff_t x, int32_t width,
                       const VectorOut& out, ptrdiff_t base) {
@@ -26,14 +27,13 @@ HWY_FLATTEN ptrdiff_t NearestSpan(const uint8_t* own, const uint8_t* companion, 
     using L = P::L;
     return withStore<uint8_t>(out, x, [&](const auto& store) {
         const ptrdiff_t step = 2 * static_cast<ptrdiff_t>(P::count());
-        for (; x + step < width; x += step) {
-            const auto ow = P::load(own + x - 1), oe = P::load(own + x + 1);
-            const auto cw = P::load(companion + x - 1), ce = P::load(companion + x + 1);
+        return overlappedSteps(x, step, width, [&](ptrdiff_t at) {
+            const auto ow = P::load(own + at - 1), oe = P::load(own + at + 1);
+            const auto cw = P::load(companion + at - 1), ce = P::load(companion + at + 1);
             const nearest::Taps<L> t{ow.even, ow.odd, oe.even, cw.even, cw.odd, ce.even};
             const nearest::PixelPair<L> p = RedRow ? nearest::redPair(t) : nearest::bluePair(t);
-            store.pairs(base + x, p.first, p.second);
-        }
-        return x;
+            store.pairs(base + at, p.first, p.second);
+        });
     });
 }
 

@@ -61,6 +61,15 @@ using UnpackRun = ptrdiff_t (*)(const uint8_t* src, ptrdiff_t count, uint8_t* ds
 using GreyRun = ptrdiff_t (*)(const uint8_t* grey, ptrdiff_t count, const VectorOut& out);
 using WidenRun = ptrdiff_t (*)(const uint8_t* src, ptrdiff_t count, uint8_t* dst);
 
+// Lens-shading correction of samples of one type at depth `bits`: the first
+// `count` samples each by its own entry (returns samples done), or the 2x2
+// blocks of the row pair at elements `upper` and `lower` by entries 0 to
+// columns-1 (returns blocks done).
+using LscPixelRun = ptrdiff_t (*)(const uint8_t* src, uint8_t* dst, const uint32_t* entries, ptrdiff_t count,
+                                  int32_t bits);
+using LscBlockRun = ptrdiff_t (*)(const uint8_t* src, uint8_t* dst, const uint32_t* entries, ptrdiff_t upper,
+                                  ptrdiff_t lower, int32_t columns, int32_t bits);
+
 struct Kernels {
     const char* target;  // "scalar", "SSE4", "AVX2", "AVX3", "NEON", ...
     BilinearSpan<uint8_t> bilinear8[2];
@@ -73,6 +82,8 @@ struct Kernels {
     UnpackRun unpack;         // packed pairs to 8 bits
     GreyRun grey;             // a grey frame into any layout
     WidenRun widen;           // 3 bytes per pixel to 4
+    LscPixelRun lscPixel[2];  // 8-bit, 16-bit samples
+    LscBlockRun lscBlock[2];
 };
 
 // The table in use. Safe to call from any thread at any time.

@@ -84,6 +84,23 @@ struct Pairs {
     static HWY_INLINE L splat(W value) { return L{hn::Set(DW(), value)}; }
 };
 
+// Runs body(c) for column pairs c, c + step, ... while c + step < width (the
+// last column a step reads is c + step), then once more for the last such
+// position of c's parity when pairs are left over: that step overlaps the
+// one before and writes the same values again, which leaves the scalar loop
+// at most one pair. Only for outputs that do not alias the input. Returns the
+// first column not done.
+template <typename Body>
+HWY_INLINE ptrdiff_t overlappedSteps(ptrdiff_t c, ptrdiff_t step, int32_t width, Body&& body) {
+    const ptrdiff_t start = c;
+    for (; c + step < width; c += step) body(c);
+    if (c == start || c + 2 >= width) return c;
+    ptrdiff_t last = width - 1 - step;
+    last -= (last - c) & 1;
+    body(last);
+    return last + step;
+}
+
 }  // namespace zel::HWY_NAMESPACE
 #endif  // HWY_TARGET != HWY_SCALAR
 HWY_AFTER_NAMESPACE();

@@ -47,11 +47,13 @@ std::vector<float> averageFrames(const std::vector<std::string>& paths, const In
                                  std::optional<int64_t> stride, const char* what) {
     if (paths.empty()) throw UsageError(std::string("lsc calibrate needs at least one --") + what + " file");
     const size_t n = static_cast<size_t>(size.width) * static_cast<size_t>(size.height);
-    std::vector<double> sum(n, 0.0);
+    std::vector<double> sum;
     int64_t count = 0;
     for (const std::string& path : paths) {
         // Each file may hold several frames; they all count.
         RawInput input = loadAllFrames(path, format, size, stride);
+        // Only a file that holds frames of this size justifies the sums.
+        sum.resize(n, 0.0);
         for (int64_t f = 0; f < input.frames; ++f) {
             const std::vector<uint16_t> samples =
                 decodeSamples(input.frame(f), format, size.width, size.height, input.stride);

@@ -6,7 +6,7 @@
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 source "$root/scripts/deps.sh"
-ensure_packages cmake ninja-build g++ pkg-config libpng-dev
+ensure_packages cmake ninja-build g++ pkg-config libpng-dev libtiff-dev
 
 out=${1:-"$root/build/demo"}
 build="$root/build/tool"

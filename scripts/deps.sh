@@ -13,5 +13,5 @@ ensure_packages() {
   DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
-ZELVORA_BUILD_PACKAGES=(cmake ninja-build g++ make pkg-config googletest libgtest-dev libbenchmark-dev libpng-dev)
+ZELVORA_BUILD_PACKAGES=(cmake ninja-build g++ make pkg-config googletest libgtest-dev libbenchmark-dev libpng-dev libtiff-dev)
 ZELVORA_CROSS_PACKAGES=(g++-arm-linux-gnueabihf qemu-user)

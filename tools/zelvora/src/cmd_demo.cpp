@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "args.hpp"
+#include "cli.hpp"
 #include "commands.hpp"
 #include "error.hpp"
 #include "formats.hpp"
@@ -22,7 +23,6 @@
 namespace zelvora {
 namespace {
 
-constexpr OptionDef kOptions[] = {{"size"}};
 constexpr Order kOrders[] = {Order::RG, Order::BG, Order::GB, Order::GR};
 
 struct Depth {
@@ -60,7 +60,7 @@ std::string formatCell(const Cell& cell) {
 }  // namespace
 
 int runDemo(std::span<const std::string> words) {
-    const Args args(words, kOptions);
+    const Args args(words, commandDef("demo").options);
     if (args.positional().size() > 1) throw UsageError("demo takes at most one directory");
     const std::string dir = args.positional().empty() ? "zelvora-demo" : args.positional()[0];
     const Size size = args.has("size") ? parseSize(*args.value("size")) : Size{640, 480};

@@ -2,6 +2,7 @@
 // scene, and the pictures and files made from the library's output.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <tuple>
@@ -125,22 +126,26 @@ TEST(ToolScene, PsnrWorkedValues) {
 }
 
 // All six colour layouts of one frame are the same picture, whose red sample
-// at (0, 0) of an RG mosaic is the frame's first byte.
+// at (0, 0) of an RG mosaic is the frame's first byte; four-byte layouts add
+// opaque alpha whatever the library left in their fourth byte.
 TEST(ToolPicture, ColourLayoutsGiveOnePicture) {
     Bytes frame(24);
     for (size_t i = 0; i < frame.size(); ++i) frame[i] = static_cast<uint8_t>(10 * i + 3);
+    // The channel count, every sample, and the R, G, B samples.
     const auto pictureOf = [&](const OutputLayout& layout) {
         const Bytes out = tooltest::libraryOutput(frame, ZEL_PIX_BAYER_RG8, 6, 4, 6, layout.code, layout.bytesPerPixel);
-        return pictureFromLayout(out.data(), 6, 4, layout);
+        const Picture p = pictureFromLayout(out.data(), 6, 4, layout);
+        return std::tuple{p.channels, allSamples(p), p.channels == 1 ? std::vector<uint16_t>{}
+                                                                      : allSamples(withChannels(p, 3))};
     };
-    const Picture reference = pictureOf(findOutputLayout("rgb8"));
-    EXPECT_EQ(reference.samples[0], 3);
+    const auto reference = std::get<1>(pictureOf(findOutputLayout("rgb8")));
+    EXPECT_EQ(reference[0], 3);
     for (const OutputLayout& layout : outputLayouts()) {
-        const Picture p = pictureOf(layout);
-        EXPECT_EQ(p.channels, layout.code == ZEL_PIX_MONO8 ? 1 : 3) << layout.name;
-        if (p.channels == 3) {
-            EXPECT_EQ(p.samples, reference.samples) << layout.name;
-        }
+        const auto [channels, samples, rgb] = pictureOf(layout);
+        EXPECT_EQ(channels, layout.code == ZEL_PIX_MONO8 ? 1 : layout.bytesPerPixel) << layout.name;
+        if (channels == 1) continue;
+        EXPECT_EQ(rgb, reference) << layout.name;
+        for (size_t i = 3; channels == 4 && i < samples.size(); i += 4) EXPECT_EQ(samples[i], 255) << layout.name;
     }
 }
 
@@ -160,9 +165,9 @@ TEST(ToolWriters, FilesByHand) {
     ScratchDir dir;
     Handle handle;
     Diagnostics diagnostics;
-    Picture p{5, 4, 3, 8, {}};
-    for (uint16_t i = 0; i < 60; ++i) p.samples.push_back(i);
-    writePicture(dir / "p.bmp", p, handle, diagnostics);
+    std::vector<uint16_t> samples;
+    for (uint16_t i = 0; i < 60; ++i) samples.push_back(i);
+    writePicture(dir / "p.bmp", pictureFromSamples(samples.data(), 5, 4, 3, 8), handle, diagnostics);
     const Bytes bmp = tooltest::readBytes(dir / "p.bmp");
     ASSERT_EQ(bmp.size(), 54u + 16u * 4u);
     EXPECT_EQ(std::string(bmp.begin(), bmp.begin() + 3), "BM\x76");
@@ -170,12 +175,14 @@ TEST(ToolWriters, FilesByHand) {
     for (size_t row = 0; row < 4; ++row) {
         for (size_t x = 0; x < 16; ++x) {
             const size_t pixel = (3 - row) * 5 + x / 3;
-            EXPECT_EQ(bmp[54 + 16 * row + x], x == 15 ? 0 : p.samples[pixel * 3 + 2 - x % 3]) << row << "," << x;
+            EXPECT_EQ(bmp[54 + 16 * row + x], x == 15 ? 0 : samples[pixel * 3 + 2 - x % 3]) << row << "," << x;
         }
     }
-    writePicture(dir / "p.ppm", Picture{2, 1, 1, 8, {5, 200}}, handle, diagnostics);
+    const uint16_t grey[] = {5, 200};
+    writePicture(dir / "p.ppm", pictureFromSamples(grey, 2, 1, 1, 8), handle, diagnostics);
     EXPECT_EQ(tooltest::readText(dir / "p.ppm"), "P6\n2 1\n255\n\x05\x05\x05\xC8\xC8\xC8");
-    writePicture(dir / "p.pgm", Picture{2, 2, 1, 12, {0xABC, 1, 5000, 0x100}}, handle, diagnostics);
+    const uint16_t deep[] = {0xABC, 1, 5000, 0x100};
+    writePicture(dir / "p.pgm", pictureFromSamples(deep, 2, 2, 1, 12), handle, diagnostics);
     EXPECT_EQ(tooltest::readText(dir / "p.pgm"), std::string("P5\n2 2\n4095\n\x0A\xBC\x00\x01\x0F\xFF\x01\x00", 20));
 }
 

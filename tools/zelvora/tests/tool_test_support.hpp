@@ -5,7 +5,11 @@
 
 #include <gtest/gtest.h>
 #include <png.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -78,17 +82,51 @@ struct Outcome {
 };
 
 // Runs the built zelvora inside `dir` with the words of `line` (separated by
-// spaces, so file names are relative to the directory).
+// spaces, so file names are relative to the directory; "<file" redirects
+// standard input).
 inline Outcome runTool(const std::string& line, const ScratchDir& dir) {
     std::string command = "cd '" + (dir / "") + "' && '" ZELVORA_TOOL_BINARY "'";
     std::istringstream words(line);
-    for (std::string word; words >> word;) command += " '" + word + "'";
+    // "<file" redirects standard input.
+    for (std::string word; words >> word;) command += (word[0] == '<' ? " <'" + word.substr(1) : " '" + word) + "'";
     command += " >.stdout 2>.stderr";
     const int status = std::system(command.c_str());
     Outcome run{WIFEXITED(status) ? WEXITSTATUS(status) : -1, readText(dir / ".stdout"), readText(dir / ".stderr")};
     std::filesystem::remove(dir / ".stdout");
     std::filesystem::remove(dir / ".stderr");
     return run;
+}
+
+// Starts the built zelvora inside `dir` with `words`, standard output and
+// error going to .stdout and .stderr there, the fatal signals at their
+// defaults. The caller waits for it.
+inline pid_t spawnTool(const std::vector<std::string>& words, const ScratchDir& dir) {
+    const pid_t pid = fork();
+    if (pid != 0) return pid;
+    if (chdir((dir / "").c_str()) != 0) _exit(126);
+    dup2(open(".stdout", O_WRONLY | O_CREAT | O_TRUNC, 0644), STDOUT_FILENO);
+    dup2(open(".stderr", O_WRONLY | O_CREAT | O_TRUNC, 0644), STDERR_FILENO);
+    for (int number : {SIGTERM, SIGINT, SIGHUP}) signal(number, SIG_DFL);
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+    std::vector<char*> argv{const_cast<char*>(ZELVORA_TOOL_BINARY)};
+    for (const std::string& word : words) argv.push_back(const_cast<char*>(word.c_str()));
+    argv.push_back(nullptr);
+    execv(argv[0], argv.data());
+    _exit(127);
+}
+
+struct Finished {
+    int status;          // as waitpid reports it
+    long peakKilobytes;  // the child's peak resident size
+};
+
+inline Finished waitForTool(pid_t pid) {
+    int status = 0;
+    struct rusage usage {};
+    wait4(pid, &status, 0, &usage);
+    return {status, usage.ru_maxrss};
 }
 
 // What the library itself makes of a frame with the nearest method, in the

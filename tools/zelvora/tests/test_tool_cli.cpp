@@ -291,9 +291,12 @@ TEST(ToolCli, DemoWritesPicturesAndTable) {
     tooltest::expectMentions(run.out, {"method     input            RG       BG       GB       GR", "nearest    8-bit",
                                        "nearest    12-packed", "bilinear   12-bit", "edge       8-bit"});
     const std::vector<std::string> files = dir.list("pictures");
-    for (const char* name : {"scene.png", "rg8-nearest.png", "gr12-edge.png", "bg12p-bilinear.png", "bayer-rg12p.raw"})
+    for (const char* name : {"scene.png", "rg8-nearest.png", "gr12-edge.png", "bg12p-bilinear.png", "bayer-rg12p.raw",
+                             "compare.png", "balanced.png"})
         EXPECT_NE(std::find(files.begin(), files.end(), name), files.end()) << name;
     EXPECT_EQ(tooltest::readPng(dir / "pictures/scene.png").width, 64);
+    // Crops of 16x12 zoomed 20 times: the scene and three methods, two rows.
+    EXPECT_EQ(tooltest::readPng(dir / "pictures/compare.png").shape(), (std::array{4 + 4 * 324, 4 + 2 * 244, 3, 8, 0}));
 }
 
 TEST(ToolCli, BenchPrintsEveryLayout) {

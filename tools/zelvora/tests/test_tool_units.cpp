@@ -55,6 +55,36 @@ TEST(ToolFormats, TableAgreesWithTheLibrary) {
     }
 }
 
+// The input bytes zelDemosaicing touches, worked by hand for each family and
+// stride case; a frame in a buffer of exactly that many bytes converts (the
+// sanitizer build catches a byte more).
+TEST(ToolFormats, LibraryInputBytes) {
+    struct Case {
+        const char* format;
+        int32_t width;
+        int64_t stride;
+        int64_t bytes;  // of a frame 4 rows high
+    };
+    const Case cases[] = {
+        {"BayerRG8", 6, 6, 24},    {"BayerRG8", 6, 9, 33},    {"BayerRG8", 6, 5, 24},  // compacted in place
+        {"Mono12", 6, 12, 48},     {"BayerGB12", 6, 15, 54},  {"BayerGB12", 6, 8, 36},  // read past 4 strides
+        {"BayerRG12Packed", 6, 9, 36}, {"BayerRG12Packed", 5, 7, 30},                   // one run of pairs
+        {"BayerBG10Packed", 5, 9, 36}, {"BayerBG10Packed", 5, 8, 33},                   // whole pairs per row
+    };
+    for (const Case& c : cases) {
+        const InputFormat& f = findInputFormat(c.format);
+        SCOPED_TRACE(std::string(c.format) + " stride " + std::to_string(c.stride));
+        EXPECT_EQ(libraryInputBytes(f, c.width, 4, c.stride), c.bytes);
+        Bytes exact(static_cast<size_t>(c.bytes));
+        for (size_t i = 0; i < exact.size(); ++i) exact[i] = static_cast<uint8_t>(i * 37);
+        Bytes out(static_cast<size_t>(c.width) * 4 * 3);
+        Handle handle;
+        ZelImage in{4, c.width, f.code, exact.data(), static_cast<int32_t>(c.stride)};
+        ZelImage result{0, 0, 0, out.data(), 0};
+        EXPECT_EQ(zelDemosaicing(handle.get(), &in, ZEL_DEMOSAIC_NEAREST, &result), 0);
+    }
+}
+
 // Two samples in three bytes: the top eight bits of each in bytes 0 and 2,
 // the low bits side by side in byte 1. The library's own reduction to 8 bits
 // keeps those top bits.
@@ -156,6 +186,23 @@ TEST(ToolPicture, WideningFillsTheSixteenBits) {
         {255, 8, 0xFFFF}, {0x80, 8, 0x8080}, {0xABC, 12, 0xABCA}, {4095, 12, 0xFFFF}, {5000, 12, 0xFFFF},
         {1023, 10, 0xFFFF}, {0x200, 10, 0x8020}, {0, 12, 0}, {1234, 16, 1234}};
     for (const auto& [value, bits, wide] : cases) EXPECT_EQ(widenTo16(value, bits), wide) << value << " at " << bits;
+}
+
+// Factors, gray-world gains (means of red and blue brought to green's) and
+// the sRGB curve, clamped at the top of the depth.
+TEST(ToolPicture, WhiteBalanceAndGamma) {
+    const uint16_t rgb[] = {40, 100, 200, 60, 100, 0};  // red means half of green
+    const auto tone = [&](const char* balance, const char* gamma) {
+        const std::string b = balance, g = gamma;
+        return allSamples(toned(pictureFromSamples(rgb, 2, 1, 3, 8), parseTone(b.empty() ? nullptr : &b,
+                                                                             g.empty() ? nullptr : &g)));
+    };
+    EXPECT_EQ(tone("2:1:1.5", ""), (std::vector<uint16_t>{80, 100, 255, 120, 100, 0}));
+    EXPECT_EQ(tone("gray-world", ""), (std::vector<uint16_t>{80, 100, 200, 120, 100, 0}));
+    EXPECT_EQ(tone("", "srgb"), (std::vector<uint16_t>{110, 168, 229, 133, 168, 0}));
+    EXPECT_EQ(tone("", "2"), (std::vector<uint16_t>{101, 160, 226, 124, 160, 0}));
+    EXPECT_THROW(tone("1:2", ""), UsageError);
+    EXPECT_THROW(tone("", "-1"), UsageError);
 }
 
 // BMP: 5 pixels of 3 bytes pad to 16 bytes a row; rows bottom-up, B, G, R.

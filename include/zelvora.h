@@ -181,7 +181,8 @@ ZEL_API void unpacked(const uint8_t* src, int32_t height, int32_t width, int32_t
  * Returns 0, or errInvalidParameter, errBadImageSize (a dimension or the
  * stride 3 or less, or W * H overflowing; the edge-directed kernels need
  * W and H of at least 6 for Bayer input), errUnsupportedInput, errNoMemory
- * or errUnsupportedOutput. */
+ * or errUnsupportedOutput. A failed call writes no output; 8-bit input may
+ * already be packed. */
 ZEL_API int32_t zelDemosaicing(ZelHandle* handle, const ZelImage* input, int32_t method, ZelImage* output);
 ZEL_API int32_t mono8Convert(const uint8_t* frame, uint8_t* dst, int32_t height, int32_t width,
                              ZelPixelType outputFormat);
@@ -438,7 +439,8 @@ ZEL_API int32_t LSCcorrect16_2x2(const uint16_t* src, uint16_t* dst, uint32_t mo
 /* ------------------------------------------------------------------------ */
 
 /* Pads the rows of a packed 3-byte-per-pixel frame in place to a multiple of
- * 4 bytes, as device-independent bitmaps want. */
+ * 4 bytes, as device-independent bitmaps want: the buffer must hold
+ * height * (3 * width rounded up to a multiple of 4) bytes. */
 ZEL_API int32_t zelBMPAdjust(ZelHandle* handle, ZelImage* image);
 /* Widens 3 bytes per pixel to 4, the fourth byte 0; channel order kept. */
 ZEL_API void bgrToBgra(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst);

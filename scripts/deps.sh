@@ -15,3 +15,4 @@ ensure_packages() {
 
 ZELVORA_BUILD_PACKAGES=(cmake ninja-build g++ make pkg-config googletest libgtest-dev libbenchmark-dev libpng-dev libtiff-dev)
 ZELVORA_CROSS_PACKAGES=(g++-arm-linux-gnueabihf qemu-user)
+ZELVORA_FUZZ_PACKAGES=(clang-14 libclang-rt-14-dev)

@@ -1,14 +1,15 @@
 #!/usr/bin/env bash
 # The whole test suite: installs what is missing, then builds and tests three
 # configurations (native release, native with AddressSanitizer and
-# UndefinedBehaviorSanitizer, 32-bit ARM under qemu-arm) and checks that an
-# installed copy is found by CMake and pkg-config.
-#   scripts/test.sh [release|sanitize|armhf|install]...   (default: all four)
+# UndefinedBehaviorSanitizer, 32-bit ARM under qemu-arm), checks that an
+# installed copy is found by CMake and pkg-config, and fuzzes every fuzz
+# target for a minute after replaying its regression inputs.
+#   scripts/test.sh [release|sanitize|armhf|install|fuzz]...   (default: all five)
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 source "$root/scripts/deps.sh"
 configs=("$@")
-[ ${#configs[@]} -eq 0 ] && configs=(release sanitize armhf install)
+[ ${#configs[@]} -eq 0 ] && configs=(release sanitize armhf install fuzz)
 
 packages=("${ZELVORA_BUILD_PACKAGES[@]}")
 [[ " ${configs[*]} " == *" armhf "* ]] && packages+=("${ZELVORA_CROSS_PACKAGES[@]}")
@@ -31,6 +32,7 @@ for config in "${configs[@]}"; do
     armhf) run_config armhf -DCMAKE_BUILD_TYPE=Release -DCMAKE_TOOLCHAIN_FILE="$root/cmake/armhf-toolchain.cmake" \
              -DZELVORA_BUILD_BENCH=OFF -DZELVORA_BUILD_TOOL=OFF ;;
     install) "$root/scripts/check_install.sh" ;;
+    fuzz) ZELVORA_FUZZ_BUILD="$root/build/ci-fuzz" "$root/scripts/fuzz.sh" all "${ZELVORA_FUZZ_SECONDS:-60}" ;;
     *) echo "unknown configuration: $config" >&2; exit 2 ;;
   esac
 done

@@ -296,7 +296,7 @@ int runCommandLine(std::span<const std::string> words) {
         if (name == "lsc") {
             if (rest.empty() || (rest[0] != "calibrate" && rest[0] != "apply")) {
                 if (asksForHelp(rest)) return runHelpCommand(words.first(1));
-                throw UsageError("lsc takes 'calibrate' or 'apply'");
+                return runLsc(rest);  // refuses
             }
             name += " " + rest[0];
             rest = rest.subspan(1);

@@ -45,11 +45,13 @@ int64_t entryCount(uint32_t mode, int64_t height, int64_t width) {
 std::vector<float> averageFrames(const std::vector<std::string>& paths, const FrameGeometry& geometry) {
     const Size size = geometry.size;
     const size_t n = static_cast<size_t>(size.width) * static_cast<size_t>(size.height);
-    std::vector<double> sum(n, 0.0);
+    std::vector<double> sum;
     int64_t count = 0;
     for (const std::string& path : paths) {
         // Each file may hold several frames; they all count.
         FrameSource source(path, geometry);
+        // Only a file that holds frames of this size justifies the sums.
+        sum.resize(n, 0.0);
         for (const uint8_t* frame = source.next(); frame != nullptr; frame = source.next()) {
             const std::vector<uint16_t> samples =
                 decodeSamples(frame, *geometry.format, size.width, size.height, geometry.stride);
@@ -213,6 +215,12 @@ int runLscApply(std::span<const std::string> words) {
     }
     if (raw) raw->commit();
     return 0;
+}
+
+int runLsc(std::span<const std::string> words) {
+    if (!words.empty() && words[0] == "calibrate") return runLscCalibrate(words.subspan(1));
+    if (!words.empty() && words[0] == "apply") return runLscApply(words.subspan(1));
+    throw UsageError("lsc takes 'calibrate' or 'apply'");
 }
 
 }  // namespace zelvora

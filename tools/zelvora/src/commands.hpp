@@ -13,6 +13,8 @@ int runDemo(std::span<const std::string> words);
 int runBench(std::span<const std::string> words);
 int runLscCalibrate(std::span<const std::string> words);
 int runLscApply(std::span<const std::string> words);
+// "calibrate ..." or "apply ...".
+int runLsc(std::span<const std::string> words);
 int runFormats(std::span<const std::string> words);
 
 // "out.png" as frame 3 of 12: "out-0003.png"; the path itself for one frame.

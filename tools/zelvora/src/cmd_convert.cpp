@@ -240,6 +240,9 @@ int runConvert(std::span<const std::string> words) {
     const InputFormat& format = *job.geometry.format;
     if (const auto type = args.value("type")) {
         job.kind = fileKindNamed(*type);
+        // A name must not promise another format than its contents.
+        const auto named = outDir ? std::nullopt : fileKindByExtension(out);
+        if (named && *named != job.kind) throw UsageError("--type " + *type + " disagrees with the name '" + out + "'");
     } else if (!outDir && out != "-") {
         job.kind = fileKindOf(out);
     }

@@ -110,9 +110,10 @@ std::optional<FileKind> kindByName(std::string_view ext) {
 
 }  // namespace
 
+std::optional<FileKind> fileKindByExtension(std::string_view path) { return kindByName(lowerExtension(path)); }
+
 FileKind fileKindOf(std::string_view path) {
-    const std::string ext = lowerExtension(path);
-    if (const auto kind = kindByName(ext)) return *kind;
+    if (const auto kind = fileKindByExtension(path)) return *kind;
     throw UsageError("cannot tell the output format of '" + std::string(path) +
                      "' from its extension (png, tif, bmp, ppm, pgm, raw or bin)");
 }

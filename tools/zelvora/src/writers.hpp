@@ -3,6 +3,7 @@
 // Every writer takes the picture a row at a time.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -17,6 +18,8 @@ enum class FileKind { Png, Tiff, Bmp, Ppm, Pgm, Raw };
 // By the path's extension: .png, .tif or .tiff, .bmp, .ppm, .pgm, .raw or .bin
 // (either case); UsageError otherwise.
 FileKind fileKindOf(std::string_view path);
+// The same, or nothing for an extension it does not know.
+std::optional<FileKind> fileKindByExtension(std::string_view path);
 // By a --type name: png, tif, tiff, bmp, ppm, pgm, raw or bin.
 FileKind fileKindNamed(std::string_view name);
 std::string_view fileKindName(FileKind kind);

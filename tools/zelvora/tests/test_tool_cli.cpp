@@ -73,7 +73,7 @@ std::vector<uint16_t> field(double level, int seed) {
 
 }  // namespace
 
-// The PNG holds what the library makes of the frame: 8-bit samples from
+// The PNG and the TIFF hold what the library makes of the frame: 8-bit samples from
 // zelDemosaicing, or with --deep the 16-bit kernels' samples widened to 16
 // bits, the input's depth in sBIT (mono samples as they are).
 TEST(ToolCli, PngMatchesTheLibrary) {
@@ -98,9 +98,12 @@ TEST(ToolCli, PngMatchesTheLibrary) {
         const zelvora::InputFormat& format = findInputFormat(c.format);
         const Bytes raw = sceneFrame(c.format, c.width, c.height);
         tooltest::writeBytes(dir / "in.raw", raw);
-        const Outcome run = tooltest::runTool("convert in.raw out.PNG --format " + std::string(c.format) + " --size " +
-                                                  std::to_string(c.width) + "x" + std::to_string(c.height) + " " +
-                                                  c.options, dir);
+        const auto convert = [&](const char* out) {
+            return tooltest::runTool("convert in.raw " + std::string(out) + " --format " + c.format + " --size " +
+                                         std::to_string(c.width) + "x" + std::to_string(c.height) + " " + c.options,
+                                     dir);
+        };
+        const Outcome run = convert("out.PNG");
         ASSERT_EQ(run.exitCode, 0) << run.err;
         EXPECT_EQ(run.err + run.out, "");
         const std::vector<uint16_t> expected = c.reference(raw, format, c.width, c.height);
@@ -109,6 +112,11 @@ TEST(ToolCli, PngMatchesTheLibrary) {
         const tooltest::PngPicture png = tooltest::readPng(dir / "out.PNG");  // sBIT: depths below 16 bits
         EXPECT_EQ(png.shape(), (std::array{c.width, c.height, channels, deep ? 16 : 8, deep ? format.bits % 16 : 0}));
         EXPECT_EQ(png.samples, expected);
+        // TIFF holds the same samples.
+        ASSERT_EQ(convert("out.tif").exitCode, 0);
+        const tooltest::PngPicture tiff = tooltest::readTiff(dir / "out.tif");
+        EXPECT_EQ(tiff.shape(), (std::array{c.width, c.height, channels, deep ? 16 : 8, 0}));
+        EXPECT_EQ(tiff.samples, expected);
     }
 }
 
@@ -158,6 +166,8 @@ TEST(ToolCli, BadInputIsRefusedInOneLine) {
         {rg12p + "--white-balance 1:2", 2, "--white-balance is gray-world or three factors R:G:B, not '1:2'"},
         {"convert in.raw out.raw --format BayerRG12Packed --size 64x48 --gamma srgb", 2, "raw output holds the library's"},
         {"convert in.raw in.raw out.png --format BayerRG12Packed --size 64x48", 2, "several inputs need --out-dir"},
+        {"convert in.raw out.png --type raw --format BayerRG12Packed --size 64x48", 2,
+         "--type raw disagrees with the name 'out.png'"},
         {"convert in.raw out-%s.png --format BayerRG12Packed --size 64x48", 2, "may hold one %d (such as %04d)"},
         {c + "--format BayerRG8 --size 4x1152 --method edge", 1,
          "edge-directed needs at least 6x6; the frame is 4x1152: zelDemosaicing failed: errBadImageSize (-104), the "

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 #include <png.h>
+#include <tiffio.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/resource.h>
@@ -186,6 +187,31 @@ inline PngPicture readPng(const std::string& path) {
     png_destroy_read_struct(&png, &info, nullptr);
     if (file != nullptr) std::fclose(file);
     return picture;
+}
+
+// A TIFF's samples in the PNG reader's terms (no sBIT: significantBits 0).
+inline PngPicture readTiff(const std::string& path) {
+    PngPicture p;
+    TIFF* tiff = TIFFOpen(path.c_str(), "r");
+    if (tiff == nullptr) {
+        ADD_FAILURE() << "cannot read TIFF " << path;
+        return p;
+    }
+    uint32_t width = 0, height = 0;
+    uint16_t channels = 0, depth = 0;
+    TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &width);
+    TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &height);
+    TIFFGetField(tiff, TIFFTAG_SAMPLESPERPIXEL, &channels);
+    TIFFGetField(tiff, TIFFTAG_BITSPERSAMPLE, &depth);
+    p = {static_cast<int>(width), static_cast<int>(height), channels, depth, 0, {}};
+    Bytes row(static_cast<size_t>(TIFFScanlineSize(tiff)));
+    for (uint32_t y = 0; y < height; ++y) {
+        TIFFReadScanline(tiff, row.data(), y, 0);
+        for (size_t i = 0; i < static_cast<size_t>(width) * channels; ++i)
+            p.samples.push_back(depth == 16 ? static_cast<uint16_t>(row[2 * i] | row[2 * i + 1] << 8) : row[i]);
+    }
+    TIFFClose(tiff);
+    return p;
 }
 
 }  // namespace tooltest

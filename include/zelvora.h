@@ -435,6 +435,19 @@ ZEL_API int32_t LSCcorrect16_2x2(const uint16_t* src, uint16_t* dst, uint32_t mo
                                  int32_t height, int32_t width, int32_t bitDepth);
 
 /* ------------------------------------------------------------------------ */
+/* Vector instruction set                                                    */
+/* ------------------------------------------------------------------------ */
+
+/* The instruction set the library's vector code runs on in this process:
+ * "AVX3" (AVX-512), "AVX2", "SSE4", "NEON", or "scalar" when it has none for
+ * this processor. Results are the same bytes whichever it is. The choice is
+ * made once, at the first call into the library, from what the processor
+ * supports; the environment variable ZELVORA_INSTRUCTION_SET, set to one of
+ * these names, narrows it to that set when the processor supports it. The
+ * returned string is static. (A query, not an operation: no status.) */
+ZEL_API const char* zelInstructionSet(void);
+
+/* ------------------------------------------------------------------------ */
 /* Frame utilities                                                           */
 /* ------------------------------------------------------------------------ */
 

@@ -13,6 +13,6 @@ ensure_packages() {
   DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
-ZELVORA_BUILD_PACKAGES=(cmake ninja-build g++ make pkg-config googletest libgtest-dev libbenchmark-dev libpng-dev libtiff-dev)
+ZELVORA_BUILD_PACKAGES=(cmake ninja-build g++ make pkg-config googletest libgtest-dev libbenchmark-dev libpng-dev libtiff-dev libhwy-dev)
 ZELVORA_CROSS_PACKAGES=(g++-arm-linux-gnueabihf qemu-user)
 ZELVORA_FUZZ_PACKAGES=(clang-14 libclang-rt-14-dev)

@@ -30,6 +30,7 @@
 #include <type_traits>
 
 #include "demosaic/layout.hpp"
+#include "simd/dispatch.hpp"
 #include "zelvora.h"
 
 namespace zel::bilinear {
@@ -55,29 +56,40 @@ struct Around {
     const T* dn;
 };
 
-struct Rgb {
-    Sum red;
-    Sum green;
-    Sum blue;
+using Rgb = RgbOf<Sum>;
+
+// A site's sample and its eight neighbours.
+template <typename V>
+struct Window {
+    V nw, n, ne;
+    V w, own, e;
+    V sw, s, se;
 };
 
-// The formulas of the site at (row kind, column kind), for the pixel in
-// column x of a.mid with west and east neighbour columns l and r (mirrored at
-// the frame's sides).
+// The formulas of the site at (row kind, column kind). V is a plain sum for
+// the scalar engine or a vector of lanes for the row spans; both run this
+// one definition.
+template <Kind Row, Kind Col, typename V>
+inline RgbOf<V> siteRule(const Window<V>& p) {
+    if constexpr (Row == Col) {  // R (even, even) or B (odd, odd)
+        const V cross = (p.n + p.s + p.w + p.e) >> 2;
+        const V diagonal = (p.nw + p.ne + p.sw + p.se) >> 2;
+        if constexpr (Row == Kind::Even) return {p.own, cross, diagonal};
+        else return {diagonal, cross, p.own};
+    } else {  // Gr (even row) or Gb (odd row)
+        const V vertical = (p.n + p.s) >> 1;
+        const V horizontal = (p.w + p.e) >> 1;
+        if constexpr (Row == Kind::Even) return {horizontal, p.own, vertical};
+        else return {vertical, p.own, horizontal};
+    }
+}
+
+// The site at column x of a.mid with west and east neighbour columns l and r
+// (mirrored at the frame's sides).
 template <Kind Row, Kind Col, typename T>
 inline Rgb site(const Around<T>& a, ptrdiff_t l, ptrdiff_t x, ptrdiff_t r) {
-    const Sum own = a.mid[x];
-    if constexpr (Row == Col) {  // R (even, even) or B (odd, odd)
-        const Sum cross = (Sum{a.up[x]} + a.dn[x] + a.mid[l] + a.mid[r]) >> 2;
-        const Sum diagonal = (Sum{a.up[l]} + a.up[r] + a.dn[l] + a.dn[r]) >> 2;
-        if constexpr (Row == Kind::Even) return {own, cross, diagonal};
-        else return {diagonal, cross, own};
-    } else {  // Gr (even row) or Gb (odd row)
-        const Sum vertical = (Sum{a.up[x]} + a.dn[x]) >> 1;
-        const Sum horizontal = (Sum{a.mid[l]} + a.mid[r]) >> 1;
-        if constexpr (Row == Kind::Even) return {horizontal, own, vertical};
-        else return {vertical, own, horizontal};
-    }
+    return siteRule<Row, Col>(Window<Sum>{a.up[l], a.up[x], a.up[r], a.mid[l], a.mid[x], a.mid[r],
+                                          a.dn[l], a.dn[x], a.dn[r]});
 }
 
 template <typename W>
@@ -110,11 +122,27 @@ inline void columnPair(const W& out, ptrdiff_t base, const Around<T>& a, ptrdiff
     put(out, base + c + 1, even);
 }
 
+// The leading column pairs of a row interior that the vector span takes, if
+// the writer has a vector form and the processor a span for this sample
+// type; returns the first column left to the scalar loop.
+template <Kind Row, typename T, typename W>
+inline ptrdiff_t vectorSpan(const W& out, ptrdiff_t base, const Around<T>& a, ptrdiff_t c, int32_t width) {
+    const VectorOut v = simd::vectorOutOf(out);
+    if (v.kind == VectorOut::Kind::None) return c;
+    const simd::Kernels& k = simd::kernels();
+    simd::BilinearSpan<T> span;
+    if constexpr (sizeof(T) == 1) span = k.bilinear8[Row == Kind::Odd];
+    else span = k.bilinear16[Row == Kind::Odd];
+    return span == nullptr ? c : span(a.up, a.mid, a.dn, c, width, v, base);
+}
+
 // Columns 1 to lastColsStart-1: the column pairs (1,2), (3,4), ... that have
 // both neighbours inside the frame; none when width < 4.
 template <Kind Row, typename T, typename W>
 inline void rowInterior(const W& out, ptrdiff_t base, const Around<T>& a, int32_t width) {
-    for (ptrdiff_t c = 1; c + 2 < width; c += 2) columnPair<Row>(out, base, a, c);
+    ptrdiff_t c = 1;
+    c = vectorSpan<Row>(out, base, a, c, width);
+    for (; c + 2 < width; c += 2) columnPair<Row>(out, base, a, c);
 }
 
 // The columns from startCol to the right edge: one odd-kind column, or an

@@ -6,7 +6,9 @@
 #include "core/formats.hpp"
 #include "core/report.hpp"
 #include "demosaic/dispatch.hpp"
+#include "demosaic/layout.hpp"
 #include "input/reduce.hpp"
+#include "simd/dispatch.hpp"
 #include "zelvora.h"
 
 namespace zel {
@@ -24,6 +26,15 @@ int32_t dispatch(Bayer order, const uint8_t* frame, uint8_t* dst, int32_t height
     const Launch launch = (*kTables[method])[static_cast<int>(order)][static_cast<int>(layout)];
     if (launch == nullptr) return errUnsupportedOutput;
     return launch(KernelCall{frame, dst, height, width, greenLine});
+}
+
+// Every grey sample as red, green and blue through the writer; the leading
+// ones through the vector run.
+template <typename Writer>
+void greyTo(const Writer& out, const uint8_t* grey, ptrdiff_t n) {
+    const simd::GreyRun run = simd::kernels().grey;
+    for (ptrdiff_t i = run == nullptr ? 0 : run(grey, n, out.vectorOut()); i < n; ++i)
+        out.put(i, grey[i], grey[i], grey[i]);
 }
 
 // Where the entry keeps the compact frame and the edge-directed green row.
@@ -106,14 +117,11 @@ ZEL_API int32_t mono8Convert(const uint8_t* frame, uint8_t* dst, int32_t height,
             break;
         case zel::Layout::Bgr8:
         case zel::Layout::Rgb8:
-            for (ptrdiff_t i = 0; i < n; ++i) dst[3 * i] = dst[3 * i + 1] = dst[3 * i + 2] = frame[i];
+            zel::greyTo(zel::Interleaved<uint8_t, 3>(dst, false), frame, n);
             break;
         case zel::Layout::Bgra8:
         case zel::Layout::Rgba8:
-            for (ptrdiff_t i = 0; i < n; ++i) {
-                dst[4 * i] = dst[4 * i + 1] = dst[4 * i + 2] = frame[i];
-                dst[4 * i + 3] = 0;
-            }
+            zel::greyTo(zel::Interleaved<uint8_t, 4>(dst, false), frame, n);
             break;
         case zel::Layout::RgbPlanar:
         case zel::Layout::BgrPlanar:

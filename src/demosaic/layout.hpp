@@ -12,11 +12,44 @@
 
 namespace zel {
 
+// The three colours of a pixel (or of a vector of pixels).
+template <typename V>
+struct RgbOf {
+    V red;
+    V green;
+    V blue;
+};
+
+// What a vectorised row span needs to know of a writer: its kind, where pixel
+// 0 of the frame goes and the channel order. Every writer below describes
+// itself this way (vectorOut); a writer with no vector form reports None and
+// is served by the scalar code alone. The vector stores that honour these
+// descriptions live in layout-inl.h.
+struct VectorOut {
+    enum class Kind : uint8_t { None, Three, Four, FourKeep, Planes, Luma };
+    Kind kind = Kind::None;
+    bool swapRB = false;        // red-position colour in sample 0 instead of 2
+    void* dst = nullptr;        // interleaved pixels, the red plane, or luma
+    void* green = nullptr;      // planes only
+    void* blue = nullptr;       // planes only
+    uint32_t weights[3] = {};   // luma: red-position colour, green, blue-position colour
+};
+
 // What a four-byte writer does with byte 3 of every pixel.
 enum class Alpha : uint8_t {
     Zero,  // written as 0 (nearest and bilinear kernels)
     Keep,  // never touched (edge-directed kernels)
 };
+
+template <int N, Alpha A>
+VectorOut interleavedOut(void* dst, bool swapRB) {
+    using K = VectorOut::Kind;
+    VectorOut v;
+    v.kind = N == 3 ? K::Three : (A == Alpha::Zero ? K::Four : K::FourKeep);
+    v.swapRB = swapRB;
+    v.dst = dst;
+    return v;
+}
 
 // Interleaved pixels of N samples of type T (N = 3, or 4 with an alpha byte).
 // With swapRB clear the red-position colour goes to sample 2 and the
@@ -49,6 +82,7 @@ struct Interleaved {
         w.dst += i * N;
         return w;
     }
+    VectorOut vectorOut() const { return interleavedOut<N, A>(dst, redAt == 0); }
 };
 
 // Interleaved pixels with the channel order fixed at compile time: the same
@@ -64,6 +98,7 @@ struct FixedInterleaved {
         Interleaved<T, N, A>::store(dst + i * N, redAt, blueAt, red, green, blue);
     }
     FixedInterleaved at(ptrdiff_t i) const { return {dst + i * N}; }
+    VectorOut vectorOut() const { return interleavedOut<N, A>(dst, SwapRB); }
 };
 
 // Three planes, one sample per pixel each.
@@ -79,7 +114,22 @@ struct Planar {
         blue[i] = static_cast<T>(b);
     }
     Planar at(ptrdiff_t i) const { return {red + i, green + i, blue + i}; }
+    VectorOut vectorOut() const {
+        VectorOut v;
+        v.kind = VectorOut::Kind::Planes;
+        v.dst = red;
+        v.green = green;
+        v.blue = blue;
+        return v;
+    }
 };
+
+// The luma of one pixel, for plain unsigned values and for vector lanes alike.
+// Sums wrap in the value's width, which is 32 bits for the scalar writer.
+template <typename V>
+inline V lumaOf(V wRed, V wGreen, V wBlue, V red, V green, V blue, V half) {
+    return (wRed * red + wGreen * green + wBlue * blue + half) >> 8;
+}
 
 // One luma byte per pixel: (wRed * red + wGreen * green + wBlue * blue + 128) >> 8.
 struct Luma {
@@ -89,11 +139,19 @@ struct Luma {
     uint32_t wBlue;
 
     void put(ptrdiff_t i, int r, int g, int b) const {
-        const uint32_t sum = wRed * static_cast<uint32_t>(r) + wGreen * static_cast<uint32_t>(g) +
-                             wBlue * static_cast<uint32_t>(b) + 128u;
-        dst[i] = static_cast<uint8_t>(sum >> 8);
+        dst[i] = static_cast<uint8_t>(lumaOf<uint32_t>(wRed, wGreen, wBlue, static_cast<uint32_t>(r),
+                                                       static_cast<uint32_t>(g), static_cast<uint32_t>(b), 128u));
     }
     Luma at(ptrdiff_t i) const { return {dst + i, wRed, wGreen, wBlue}; }
+    VectorOut vectorOut() const {
+        VectorOut v;
+        v.kind = VectorOut::Kind::Luma;
+        v.dst = dst;
+        v.weights[0] = wRed;
+        v.weights[1] = wGreen;
+        v.weights[2] = wBlue;
+        return v;
+    }
 };
 
 // The two fixed luma weight triples, by the colour at the native red position.

@@ -12,10 +12,17 @@
 #include <cstdint>
 
 #include "demosaic/layout.hpp"
+#include "demosaic/nearest.hpp"
+#include "simd/dispatch.hpp"
 #include "zelvora.h"
 
 namespace zel {
 namespace {
+
+using nearest::PixelPair;
+using nearest::Taps;
+using nearest::bluePair;
+using nearest::redPair;
 
 // A red-position pixel in column 0 takes its green from the row above
 // (the companion row) in every row but row 0, where it takes the green to its
@@ -27,16 +34,36 @@ inline uint8_t redColumn0Green(const uint8_t* own, const uint8_t* companion, boo
 // One output row from a red row `own` (R at even columns) and a blue row
 // `companion` (B at odd columns). Column 0, then pairs (x, x+1) from x = 1,
 // then the lone last column when the width is even.
+// The pairs (x, x+1) from odd column x while x + 1 is inside the row, by
+// `rule`; the leading ones through the vector span when there is one. The
+// lone last column of an even width is the first pixel of a pair whose
+// second pixel would lie outside the row. Returns that column, or width.
+template <typename Writer>
+int32_t pairs(const Writer& out, ptrdiff_t base, const uint8_t* own, const uint8_t* companion, int32_t width,
+              simd::NearestSpan span, PixelPair<int> (*rule)(const Taps<int>&)) {
+    ptrdiff_t x = 1;
+    if (const VectorOut v = simd::vectorOutOf(out); span != nullptr && v.kind != VectorOut::Kind::None)
+        x = span(own, companion, x, width, v, base);
+    for (; x < width - 1; x += 2) {
+        const PixelPair<int> p = rule(Taps<int>{own[x - 1], own[x], own[x + 1], companion[x - 1], companion[x],
+                                                companion[x + 1]});
+        out.put(base + x, p.first.red, p.first.green, p.first.blue);
+        out.put(base + x + 1, p.second.red, p.second.green, p.second.blue);
+    }
+    if (x < width) {
+        // Only the first pixel's samples exist; the missing east column is
+        // never read by it.
+        const PixelPair<int> p = rule(Taps<int>{own[x - 1], own[x], 0, companion[x - 1], companion[x], 0});
+        out.put(base + x, p.first.red, p.first.green, p.first.blue);
+    }
+    return static_cast<int32_t>(x);
+}
+
 template <typename Writer>
 void redRow(const Writer& out, ptrdiff_t base, const uint8_t* own, const uint8_t* companion, int32_t width,
             bool isRow0) {
     out.put(base, own[0], redColumn0Green(own, companion, isRow0), companion[1]);
-    int32_t x = 1;
-    for (; x < width - 1; x += 2) {
-        out.put(base + x, own[x - 1], own[x], companion[x]);      // green position
-        out.put(base + x + 1, own[x + 1], own[x], companion[x]);  // red position
-    }
-    if (x < width) out.put(base + x, own[x - 1], own[x], companion[x]);
+    pairs(out, base, own, companion, width, simd::kernels().nearestRed, redPair<int>);
 }
 
 // One output row from a blue row `own` (B at odd columns) and a red row
@@ -44,12 +71,7 @@ void redRow(const Writer& out, ptrdiff_t base, const uint8_t* own, const uint8_t
 template <typename Writer>
 void blueRow(const Writer& out, ptrdiff_t base, const uint8_t* own, const uint8_t* companion, int32_t width) {
     out.put(base, companion[0], own[0], own[1]);
-    int32_t x = 1;
-    for (; x < width - 1; x += 2) {
-        out.put(base + x, companion[x - 1], own[x - 1], own[x]);      // blue position
-        out.put(base + x + 1, companion[x + 1], own[x + 1], own[x]);  // green position
-    }
-    if (x < width) out.put(base + x, companion[x - 1], own[x - 1], own[x]);
+    pairs(out, base, own, companion, width, simd::kernels().nearestBlue, bluePair<int>);
 }
 
 // Source rows around an output row pair.
@@ -106,7 +128,7 @@ int32_t nearestGB(const Writer& out, const uint8_t* src, int32_t height, int32_t
 }
 
 template <typename Writer>
-int32_t nearest(bool gbOrder, const Writer& out, const uint8_t* src, int32_t height, int32_t width) {
+int32_t demosaicNearest(bool gbOrder, const Writer& out, const uint8_t* src, int32_t height, int32_t width) {
     return gbOrder ? nearestGB(out, src, height, width) : nearestRG(out, src, height, width);
 }
 
@@ -115,19 +137,19 @@ int32_t nearest(bool gbOrder, const Writer& out, const uint8_t* src, int32_t hei
 
 using Bgr8 = zel::Interleaved<uint8_t, 3>;
 using Bgra8 = zel::Interleaved<uint8_t, 4>;
-using zel::nearest;
+using zel::demosaicNearest;
 
 extern "C" {
 
 // One line per exported kernel: native order (RG or GB) and output writer.
 #define ZEL_NEAREST_FLAGGED(name, gbOrder, makeWriter)                                                 \
     ZEL_API int32_t name(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst, int32_t swapRB) { \
-        return nearest(gbOrder, makeWriter(dst, swapRB != 0), src, height, width);                        \
+        return demosaicNearest(gbOrder, makeWriter(dst, swapRB != 0), src, height, width);                        \
     }
 #define ZEL_NEAREST_PLANAR(name, gbOrder)                                                                \
     ZEL_API int32_t name(const uint8_t* src, int32_t height, int32_t width, uint8_t* redPlane,            \
                          uint8_t* greenPlane, uint8_t* bluePlane) {                                         \
-        return nearest(gbOrder, zel::Planar<uint8_t>{redPlane, greenPlane, bluePlane}, src, height, width); \
+        return demosaicNearest(gbOrder, zel::Planar<uint8_t>{redPlane, greenPlane, bluePlane}, src, height, width); \
     }
 ZEL_NEAREST_FLAGGED(rg8ToBgr8_nearest, false, Bgr8)
 ZEL_NEAREST_FLAGGED(gb8ToBgr8_nearest, true, Bgr8)

@@ -3,6 +3,8 @@
 #include <cstring>
 
 #include "core/report.hpp"
+#include "demosaic/layout.hpp"
+#include "simd/dispatch.hpp"
 #include "zelvora.h"
 
 using zel::fail;
@@ -30,10 +32,10 @@ ZEL_API int32_t zelBMPAdjust(ZelHandle* handle, ZelImage* image) {
 ZEL_API void bgrToBgra(const uint8_t* src, int32_t height, int32_t width, uint8_t* dst) {
     const ptrdiff_t n = static_cast<ptrdiff_t>(height) * width;
     if (n * 3 <= 0) return;
-    for (ptrdiff_t i = 0; i < n; ++i) {
-        std::memcpy(dst + 4 * i, src + 3 * i, 3);
-        dst[4 * i + 3] = 0;
-    }
+    const zel::Interleaved<uint8_t, 4> out(dst, false);
+    const zel::simd::WidenRun run = zel::simd::kernels().widen;
+    for (ptrdiff_t i = run == nullptr ? 0 : run(src, n, dst); i < n; ++i)
+        out.put(i, src[3 * i + 2], src[3 * i + 1], src[3 * i]);
 }
 
 }  // extern "C"

@@ -2,27 +2,32 @@
 #include <cstddef>
 #include <cstring>
 
+#include "input/reduce.hpp"
+#include "simd/dispatch.hpp"
 #include "zelvora.h"
 
 namespace {
 
-// Deep samples keep the low 8 bits of the shifted value, unclamped on
-// purpose: a sample with bits above its stated depth wraps.
+// Deep samples keep the low 8 bits of the shifted value (reducedSample),
+// the leading ones through the vector run.
 void shiftRun(const uint8_t* src, ptrdiff_t count, int32_t shift, uint8_t* dst) {
-    for (ptrdiff_t i = 0; i < count; ++i) {
+    const zel::simd::ShiftRun run = zel::simd::kernels().shift16;
+    for (ptrdiff_t i = run == nullptr ? 0 : run(src, count, shift, dst); i < count; ++i) {
         uint16_t sample;
         std::memcpy(&sample, src + 2 * i, sizeof sample);
-        dst[i] = static_cast<uint8_t>(sample >> shift);
+        dst[i] = static_cast<uint8_t>(zel::reducedSample<uint32_t>(sample, shift));
     }
 }
 
-// Packed pairs: two pixels in three bytes, the top 8 bits of each in bytes 0
-// and 2. Output bytes come two at a time, so an odd count writes one byte
-// past its end (and reads the third byte of the last, half-used triple).
+// Packed pairs (packedPair). Output bytes come two at a time, so an odd count
+// writes one byte past its end (and reads the third byte of the last,
+// half-used triple).
 void unpackRun(const uint8_t* src, ptrdiff_t count, uint8_t* dst) {
-    for (ptrdiff_t k = 0; 2 * k < count; ++k) {
-        dst[2 * k] = src[3 * k];
-        dst[2 * k + 1] = src[3 * k + 2];
+    const zel::simd::UnpackRun run = zel::simd::kernels().unpack;
+    for (ptrdiff_t k = run == nullptr ? 0 : run(src, count, dst) / 2; 2 * k < count; ++k) {
+        const auto p = zel::packedPair<uint8_t>(src[3 * k], src[3 * k + 1], src[3 * k + 2]);
+        dst[2 * k] = p.first;
+        dst[2 * k + 1] = p.second;
     }
 }
 

@@ -1,6 +1,6 @@
 // Lens-shading correction: every sample has its entry's offset subtracted and
 // is multiplied by its entry's gain in fixed point (G / 2^17, rounded half up),
-// then saturated to the sample depth. One entry per pixel (mode 1) or one per
+// then saturated to the sample depth (lsc/rule.hpp). One entry per pixel (mode 1) or one per
 // 2x2 block (mode 0). Each output sample depends only on the input sample at
 // the same position, read before it is written, so the correction may run in
 // place.
@@ -9,45 +9,27 @@
 #include <cstring>
 
 #include "core/report.hpp"
+#include "lsc/rule.hpp"
 #include "lsc/table.hpp"
+#include "simd/dispatch.hpp"
 #include "zelvora.h"
 
 namespace zel::lsc {
 namespace {
 
-inline constexpr int32_t kRoundingHalf = 1 << (kGainFractionBits - 1);
-
-// How an entry's 12-bit offset and the saturation bound fit the sample depth.
-struct Depth {
-    int offsetShift;  // 12 - bits: the offset keeps its top `bits` bits
-    int32_t max;      // 2^bits - 1
-};
-
-constexpr Depth depthOf(int bits) { return {12 - bits, (1 << bits) - 1}; }
-
-// v = ((s - o) * G + 2^16) >> 17 with a signed difference and an arithmetic
-// shift in Wide, saturated to 0..max. Wide is 32-bit for 8-bit samples (the
-// product stays below 2^31), 64-bit above.
-template <typename Wide>
-struct SignedDifference {
+// A rule as the correctors use it: sample, decoded entry and bound in, the
+// corrected sample out.
+template <typename Wide, bool Unsigned>
+struct Rule {
     static int32_t apply(int32_t sample, int32_t offset, uint32_t gain, int32_t max) {
-        const Wide v =
-            (static_cast<Wide>(sample - offset) * static_cast<Wide>(gain) + kRoundingHalf) >> kGainFractionBits;
-        return v < 0 ? 0 : v > max ? max : static_cast<int32_t>(v);
+        using Ops = ScalarOps<Wide>;
+        const Wide s = sample, o = offset, g = gain, m = max;
+        return static_cast<int32_t>(Unsigned ? unsignedDifference<Ops>(s, o, g, m) : signedDifference<Ops>(s, o, g, m));
     }
 };
-
-// The 10/12-bit per-block path takes s - o as an unsigned 32-bit value and
-// multiplies in unsigned 64 bits, so a sample below its block's offset comes
-// out as max (white) whenever the gain is not 0, and as 0 when it is. This
-// differs on purpose from the per-pixel and 8-bit paths, which give 0.
-struct UnsignedDifference {
-    static int32_t apply(int32_t sample, int32_t offset, uint32_t gain, int32_t max) {
-        const uint64_t v =
-            (static_cast<uint64_t>(static_cast<uint32_t>(sample - offset)) * gain + kRoundingHalf) >> kGainFractionBits;
-        return v > static_cast<uint64_t>(max) ? max : static_cast<int32_t>(v);
-    }
-};
+using SignedRule8 = Rule<int32_t, false>;
+using SignedRule16 = Rule<int64_t, false>;
+using UnsignedRule16 = Rule<int64_t, true>;
 
 // Sample access by element index. 16-bit samples are copied through memcpy
 // so that a frame at an odd address is read and written without faults.
@@ -72,6 +54,8 @@ template <typename Rule, typename T>
 struct Corrector {
     Samples<T> samples;
     Depth depth;
+
+    int32_t bits() const { return 12 - depth.offsetShift; }
 
     struct Decoded {
         int32_t offset;
@@ -100,7 +84,9 @@ void perPixel(const Corrector<Rule, T>& c, const uint32_t* entries, int32_t heig
     const int64_t count = static_cast<int64_t>(height) * width;
     if (count <= 0 || count > PTRDIFF_MAX) return;
     const ptrdiff_t n = static_cast<ptrdiff_t>(count);
-    for (ptrdiff_t i = 0; i < n; ++i) c.apply(entries[i], i);
+    const simd::LscPixelRun run = simd::kernels().lscPixel[sizeof(T) - 1];
+    ptrdiff_t i = run == nullptr ? 0 : run(c.samples.src, c.samples.dst, entries, n, c.bits());
+    for (; i < n; ++i) c.apply(entries[i], i);
 }
 
 // Mode 0: entry i * (width / 2) + j serves rows 2i, 2i+1 and columns 2j, 2j+1.
@@ -110,10 +96,14 @@ void perBlock(const Corrector<Rule, T>& c, const uint32_t* entries, int32_t heig
     const int32_t rows = height / 2;
     const int32_t columns = width / 2;
     if (rows <= 0 || columns <= 0) return;
+    const simd::LscBlockRun run = simd::kernels().lscBlock[sizeof(T) - 1];
     for (int32_t i = 0; i < rows; ++i) {
         const ptrdiff_t upper = static_cast<ptrdiff_t>(2 * i) * width;
         const uint32_t* rowEntries = entries + static_cast<ptrdiff_t>(i) * columns;
-        for (int32_t j = 0; j < columns; ++j) c.applyBlock(rowEntries[j], upper + 2 * j, upper + width + 2 * j);
+        int32_t j = 0;
+        if (run != nullptr) j = static_cast<int32_t>(run(c.samples.src, c.samples.dst, rowEntries, upper, upper + width,
+                                                         columns, c.bits()));
+        for (; j < columns; ++j) c.applyBlock(rowEntries[j], upper + 2 * j, upper + width + 2 * j);
     }
 }
 
@@ -131,8 +121,7 @@ int32_t correct(const uint8_t* src, uint8_t* dst, uint32_t mode, const uint32_t*
 int32_t correct16(const uint8_t* src, uint8_t* dst, uint32_t mode, const uint32_t* entries, int32_t height,
                   int32_t width, int32_t bitDepth) {
     if (bitDepth < 1 || bitDepth > 12) return ZEL_OK;
-    return correct<uint16_t, SignedDifference<int64_t>, UnsignedDifference>(src, dst, mode, entries, height, width,
-                                                                            depthOf(bitDepth));
+    return correct<uint16_t, SignedRule16, UnsignedRule16>(src, dst, mode, entries, height, width, depthOf(bitDepth));
 }
 
 }  // namespace
@@ -169,8 +158,7 @@ ZEL_API int32_t getBits(ZelPixelType pixelType) {
 
 ZEL_API int32_t LSCcorrect8_2x2(const uint8_t* src, uint8_t* dst, uint32_t mode, const uint32_t* entries,
                                 int32_t height, int32_t width) {
-    using Rule = SignedDifference<int32_t>;
-    return correct<uint8_t, Rule, Rule>(src, dst, mode, entries, height, width, depthOf(8));
+    return correct<uint8_t, SignedRule8, SignedRule8>(src, dst, mode, entries, height, width, depthOf(8));
 }
 
 ZEL_API int32_t LSCcorrect16_2x2(const uint16_t* src, uint16_t* dst, uint32_t mode, const uint32_t* entries,

@@ -1,0 +1,93 @@
+// Vector stores for the writers of layout.hpp: the same byte placement, a
+// whole vector of pixels at a time. Included once per Highway target.
+#if defined(ZEL_DEMOSAIC_LAYOUT_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef ZEL_DEMOSAIC_LAYOUT_INL_H_
+#undef ZEL_DEMOSAIC_LAYOUT_INL_H_
+#else
+#define ZEL_DEMOSAIC_LAYOUT_INL_H_
+#endif
+
+#include <cstddef>
+#include <cstdint>
+
+#include "demosaic/layout.hpp"
+#include "hwy/highway.h"
+#include "simd/lanes-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+// Highway's one-lane scalar target gets no spans: the scalar engines serve.
+#if HWY_TARGET != HWY_SCALAR
+namespace zel::HWY_NAMESPACE {
+
+// Stores of one writer kind K for samples of type T.
+template <typename T, VectorOut::Kind K>
+struct VectorStore {
+    using P = Pairs<T>;
+    using L = typename P::L;
+    using VT = hn::Vec<typename P::DT>;
+
+    static constexpr VectorOut::Kind kind = K;
+    const VectorOut& out;
+
+    // One sample vector per colour for the pixels from index i on.
+    HWY_INLINE void samples(ptrdiff_t i, VT red, VT green, VT blue) const {
+        using Kind = VectorOut::Kind;
+        const typename P::DT d;
+        if constexpr (K == Kind::Three || K == Kind::Four) {
+            const VT first = out.swapRB ? red : blue;
+            const VT third = out.swapRB ? blue : red;
+            T* p = static_cast<T*>(out.dst) + i * (K == Kind::Three ? 3 : 4);
+            if constexpr (K == Kind::Three) hn::StoreInterleaved3(first, green, third, d, p);
+            else hn::StoreInterleaved4(first, green, third, hn::Zero(d), d, p);
+        } else if constexpr (K == Kind::Planes) {
+            hn::StoreU(red, d, static_cast<T*>(out.dst) + i);
+            hn::StoreU(green, d, static_cast<T*>(out.green) + i);
+            hn::StoreU(blue, d, static_cast<T*>(out.blue) + i);
+        } else {
+            static_assert(K == Kind::Three, "no sample store for this kind");
+        }
+    }
+
+    // Pixel pairs from index i on: `a` holds the first pixel of every pair,
+    // `b` the second.
+    HWY_FLATTEN void pairs(ptrdiff_t i, const RgbOf<L>& a, const RgbOf<L>& b) const {
+        if constexpr (K == VectorOut::Kind::Luma) {
+            const L wRed = P::splat(out.weights[0]);
+            const L wGreen = P::splat(out.weights[1]);
+            const L wBlue = P::splat(out.weights[2]);
+            const L half = P::splat(128);
+            const L first = lumaOf(wRed, wGreen, wBlue, a.red, a.green, a.blue, half);
+            const L second = lumaOf(wRed, wGreen, wBlue, b.red, b.green, b.blue, half);
+            hn::StoreU(P::join(first, second), typename P::DT(), static_cast<T*>(out.dst) + i);
+        } else {
+            samples(i, P::join(a.red, b.red), P::join(a.green, b.green), P::join(a.blue, b.blue));
+        }
+    }
+};
+
+// Calls f(store) with the store of out's kind and returns its result, or
+// returns `unhandled` for a kind that has no vector store for T: four bytes
+// whose fourth is kept, luma of 16-bit samples, and luma whose weights would
+// overflow 16-bit lanes (the scalar writer sums in 32 bits).
+template <typename T, typename F>
+HWY_INLINE ptrdiff_t withStore(const VectorOut& out, ptrdiff_t unhandled, F&& f) {
+    using Kind = VectorOut::Kind;
+    switch (out.kind) {
+        case Kind::Three: return f(VectorStore<T, Kind::Three>{out});
+        case Kind::Four: return f(VectorStore<T, Kind::Four>{out});
+        case Kind::Planes: return f(VectorStore<T, Kind::Planes>{out});
+        case Kind::Luma:
+            if constexpr (sizeof(T) == 1) {
+                const uint64_t weightSum = uint64_t{out.weights[0]} + out.weights[1] + out.weights[2];
+                if (weightSum * 255 + 128 <= 0xFFFF) return f(VectorStore<T, Kind::Luma>{out});
+            }
+            return unhandled;
+        default: return unhandled;
+    }
+}
+
+}  // namespace zel::HWY_NAMESPACE
+#endif  // HWY_TARGET != HWY_SCALAR
+HWY_AFTER_NAMESPACE();
+
+#endif  // include guard

@@ -1,8 +1,10 @@
 // Lens-shading correction of whole frames (8-bit and 12-bit, per pixel and
 // per 2x2 block), and the estimation of a table from float frames.
+#include <optional>
 #include <vector>
 
 #include "frames.hpp"
+#include "simd/dispatch.hpp"
 #include "zelvora.h"
 
 namespace {
@@ -15,8 +17,17 @@ std::vector<uint32_t> table(uint32_t mode, int w, int h) {
     return words;
 }
 
-template <uint32_t Format, int BytesPerSample, uint32_t Mode>
+// Runs with the scalar table for the span of one benchmark, then restores
+// the processor's best: the vector runs and the scalar engine in one run.
+struct ScalarOnly {
+    ScalarOnly() { zel::simd::useKernels(*zel::simd::supportedKernels().back()); }
+    ~ScalarOnly() { zel::simd::useKernels(*zel::simd::supportedKernels().front()); }
+};
+
+template <uint32_t Format, int BytesPerSample, uint32_t Mode, bool Scalar = false>
 void correction(benchmark::State& state) {
+    std::optional<ScalarOnly> scalar;
+    if (Scalar) scalar.emplace();
     const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
     auto src = zelbench::mosaic(w, h, BytesPerSample);
     if (BytesPerSample == 2)
@@ -55,6 +66,10 @@ BENCHMARK(correction<ZEL_PIX_BAYER_RG8, 1, 1>)->Name("lsc/correct8/perPixel")->A
 BENCHMARK(correction<ZEL_PIX_BAYER_RG8, 1, 0>)->Name("lsc/correct8/perBlock")->Apply(zelbench::frameSizes);
 BENCHMARK(correction<ZEL_PIX_BAYER_RG12, 2, 1>)->Name("lsc/correct12/perPixel")->Apply(zelbench::frameSizes);
 BENCHMARK(correction<ZEL_PIX_BAYER_RG12, 2, 0>)->Name("lsc/correct12/perBlock")->Apply(zelbench::frameSizes);
+BENCHMARK(correction<ZEL_PIX_BAYER_RG8, 1, 1, true>)->Name("lsc/correct8/perPixel/scalar")->Apply(zelbench::frameSizes);
+BENCHMARK(correction<ZEL_PIX_BAYER_RG8, 1, 0, true>)->Name("lsc/correct8/perBlock/scalar")->Apply(zelbench::frameSizes);
+BENCHMARK(correction<ZEL_PIX_BAYER_RG12, 2, 1, true>)->Name("lsc/correct12/perPixel/scalar")->Apply(zelbench::frameSizes);
+BENCHMARK(correction<ZEL_PIX_BAYER_RG12, 2, 0, true>)->Name("lsc/correct12/perBlock/scalar")->Apply(zelbench::frameSizes);
 BENCHMARK(estimation<1>)->Name("lsc/estimate/perPixel")->Apply(zelbench::frameSizes);
 BENCHMARK(estimation<0>)->Name("lsc/estimate/perBlock")->Apply(zelbench::frameSizes);
 

@@ -13,7 +13,7 @@ struct FrameDesc {
     int8_t height = 0;
     int8_t width = 0;
     uint8_t sizePick = 0;    // 250 and up: a size whose pixel count overflows
-    uint8_t strideKind = 0;  // 0: packed rows, 1: padded, 2: shorter than a row, 3: rawStride
+    uint8_t strideKind = 0;  // 0: packed rows, 1: padded, 2: shorter than a row, 3: rawStride % 1024
     int16_t rawStride = 0;
     uint8_t methodPick = 0;  // below 240: 0, 1 or 2; otherwise the byte as a signed method
     uint8_t layoutPick = 0;  // below 224: a valid layout; then refused by the setter; then forced

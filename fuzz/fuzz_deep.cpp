@@ -82,11 +82,6 @@ void bitmap(const DeepDesc& d, Reader& in) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    if (std::freopen("/dev/null", "w", stdout) == nullptr) return 0;
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Reader in(data, size);
     DeepDesc d;

@@ -74,7 +74,7 @@ void runFrame(ZelHandle* handle, const FrameDesc& d, Reader& in) {
         case 0: break;
         case 1: stride = row + (d.rawStride & 63); break;
         case 2: stride = row - (d.rawStride & 63); break;
-        case 3: stride = d.rawStride; break;
+        case 3: stride = d.rawStride % 1024; break;  // wider strides only cost time
     }
     stride = std::clamp<int64_t>(stride, INT32_MIN, INT32_MAX);
 
@@ -123,12 +123,6 @@ void runFrame(ZelHandle* handle, const FrameDesc& d, Reader& in) {
 }
 
 }  // namespace
-
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    // The library prints its check numbers on standard output.
-    if (std::freopen("/dev/null", "w", stdout) == nullptr) return 0;
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Reader in(data, size);

@@ -86,11 +86,6 @@ void correct(const ShadingDesc& d, Reader& in, const ZelLSCTable* computed, int3
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    if (std::freopen("/dev/null", "w", stdout) == nullptr) return 0;
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Reader in(data, size);
     ShadingDesc d;

@@ -14,5 +14,8 @@ ensure_packages() {
 }
 
 ZELVORA_BUILD_PACKAGES=(cmake ninja-build g++ make pkg-config googletest libgtest-dev libbenchmark-dev libpng-dev libtiff-dev libhwy-dev)
+ZELVORA_PYTHON_PACKAGES=(pybind11-dev python3-dev python3-numpy python3-pytest)
+# Debian's interpreter, the one those packages serve (python3 on PATH may be another).
+ZELVORA_PYTHON=/usr/bin/python3
 ZELVORA_CROSS_PACKAGES=(g++-arm-linux-gnueabihf qemu-user)
 ZELVORA_FUZZ_PACKAGES=(clang-14 libclang-rt-14-dev)

@@ -4,9 +4,11 @@
 # Builds the fuzzers with clang and the sanitizers in build/fuzz (or
 # $ZELVORA_FUZZ_BUILD), replays the kept regression inputs and the generated
 # seeds, then runs each target for SECONDS with $ZELVORA_FUZZ_JOBS processes
-# (default 2, one per core). The corpus grows in BUILD/corpus/TARGET; a
-# finding is kept in BUILD/findings, printed with its reproducer, and fails
-# the script. Fixed findings belong in fuzz/regressions/TARGET.
+# (default 2, one per core; all but the first on narrower vector instruction
+# sets unless $ZELVORA_INSTRUCTION_SET is given). The corpus grows in
+# BUILD/corpus/TARGET; a finding is kept in BUILD/findings, printed with its
+# reproducer, and fails the script. Fixed findings belong in
+# fuzz/regressions/TARGET.
 set -euo pipefail
 export LC_ALL=C
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -37,6 +39,8 @@ rm -rf "$seeds"
 findings=$build/findings
 mkdir -p "$findings"
 
+narrower=(AVX2 SSE4 scalar)
+round=0
 failed=()
 for t in "${targets[@]}"; do
   corpus=$build/corpus/$t
@@ -47,17 +51,25 @@ for t in "${targets[@]}"; do
   [ -f "$root/fuzz/$t.dict" ] && options+=(-dict="$root/fuzz/$t.dict")
   before=$(ls "$findings")
   echo "=== fuzz $t: $seconds s, $jobs process(es), corpus $corpus"
+  # One process per job, all sharing the corpus. Unless ZELVORA_INSTRUCTION_SET
+  # is given, the first runs the best vector instruction set and the others
+  # narrower ones, so that every width's row ends meet the fuzzer.
+  pids=() isas=()
+  for ((k = 0; k < jobs; k++)); do
+    isa=${ZELVORA_INSTRUCTION_SET-}
+    [ -z "${ZELVORA_INSTRUCTION_SET+set}" ] && [ "$k" -gt 0 ] && isa=${narrower[(round + k - 1) % ${#narrower[@]}]}
+    isas+=("$isa")
+    ZELVORA_INSTRUCTION_SET=$isa "$build/fuzz/fuzz_$t" "${options[@]}" "$@" "$corpus" "$seeds/$t" \
+      >"$logs/fuzz-$k.log" 2>&1 &
+    pids+=($!)
+  done
   status=0
-  if [ "$jobs" -gt 1 ]; then
-    # Each job writes its own log; all share the corpus directory.
-    (cd "$logs" && "$build/fuzz/fuzz_$t" -jobs="$jobs" -workers="$jobs" "${options[@]}" "$@" \
-       "$corpus" "$seeds/$t" >/dev/null 2>&1) || status=$?
-  else
-    "$build/fuzz/fuzz_$t" "${options[@]}" "$@" "$corpus" "$seeds/$t" >"$logs/fuzz-0.log" 2>&1 || status=$?
-  fi
-  for log in "$logs"/*.log; do
+  for pid in "${pids[@]}"; do wait "$pid" || status=$?; done
+  round=$((round + 1))
+  for ((k = 0; k < jobs; k++)); do
     # The last status line: executions, coverage (cov, ft), corpus, speed.
-    grep -E '^#[0-9]+[[:space:]]+(DONE|pulse|NEW|REDUCE)' "$log" | tail -n 1 | sed "s|^|  $(basename "$log"): |" || true
+    grep -E '^#[0-9]+[[:space:]]+(DONE|pulse|NEW|REDUCE)' "$logs/fuzz-$k.log" | tail -n 1 |
+      sed "s|^|  ${isas[k]:-best}: |" || true
   done
   new=$(comm -13 <(echo "$before") <(ls "$findings") | grep "^$t-" || true)
   if [ -n "$new" ] || [ "$status" -ne 0 ]; then
@@ -68,7 +80,10 @@ for t in "${targets[@]}"; do
       awk '/^==[0-9]+==|^INFO: a leak|ERROR: libFuzzer|runtime error:|broke its contract/ {p=1} p' "$log"
     done
     for unit in $new; do
-      echo "reproducer $findings/$unit (replay: $build/fuzz/fuzz_$t $findings/$unit), base64:"
+      isa=
+      for ((k = 0; k < jobs; k++)); do grep -q "$unit" "$logs/fuzz-$k.log" && isa=${isas[k]}; done
+      echo "reproducer $findings/$unit, base64 below; replay:"
+      echo "  ${isa:+ZELVORA_INSTRUCTION_SET=$isa }$build/fuzz/fuzz_$t $findings/$unit"
       base64 -w 76 "$findings/$unit"
     done
   fi

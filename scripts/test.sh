@@ -2,8 +2,9 @@
 # The whole test suite: installs what is missing, then builds and tests three
 # configurations (native release, native with AddressSanitizer and
 # UndefinedBehaviorSanitizer, 32-bit ARM under qemu-arm), checks that an
-# installed copy is found by CMake and pkg-config, and fuzzes every fuzz
-# target for a minute after replaying its regression inputs.
+# installed copy is found by CMake, pkg-config and python3, and fuzzes every
+# fuzz target for a minute after replaying its regression inputs. The native
+# configurations build the Python module and run its pytest suite.
 #   scripts/test.sh [release|sanitize|armhf|install|fuzz]...   (default: all five)
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -11,7 +12,7 @@ source "$root/scripts/deps.sh"
 configs=("$@")
 [ ${#configs[@]} -eq 0 ] && configs=(release sanitize armhf install fuzz)
 
-packages=("${ZELVORA_BUILD_PACKAGES[@]}")
+packages=("${ZELVORA_BUILD_PACKAGES[@]}" "${ZELVORA_PYTHON_PACKAGES[@]}")
 [[ " ${configs[*]} " == *" armhf "* ]] && packages+=("${ZELVORA_CROSS_PACKAGES[@]}")
 ensure_packages "${packages[@]}"
 
@@ -27,8 +28,9 @@ run_config() {
 
 for config in "${configs[@]}"; do
   case $config in
-    release) run_config release -DCMAKE_BUILD_TYPE=Release -DZELVORA_BUILD_BENCH=ON ;;
-    sanitize) run_config sanitize -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZELVORA_SANITIZE=ON -DZELVORA_BUILD_BENCH=OFF ;;
+    release) run_config release -DCMAKE_BUILD_TYPE=Release -DZELVORA_BUILD_BENCH=ON -DZELVORA_BUILD_PYTHON=ON ;;
+    sanitize) run_config sanitize -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZELVORA_SANITIZE=ON -DZELVORA_BUILD_BENCH=OFF \
+                -DZELVORA_BUILD_PYTHON=ON ;;
     armhf) run_config armhf -DCMAKE_BUILD_TYPE=Release -DCMAKE_TOOLCHAIN_FILE="$root/cmake/armhf-toolchain.cmake" \
              -DZELVORA_BUILD_BENCH=OFF -DZELVORA_BUILD_TOOL=OFF ;;
     install) "$root/scripts/check_install.sh" ;;

@@ -27,22 +27,36 @@ struct VectorStore {
     using VT = hn::Vec<typename P::DT>;
 
     static constexpr VectorOut::Kind kind = K;
-    const VectorOut& out;
+    // Copies of the description's fields: the stores below write bytes,
+    // which as far as the compiler knows may alias anything they could be
+    // read from again.
+    T* const dst;
+    T* const green;
+    T* const blue;
+    const bool swapRB;
+    const uint32_t weights[3];
+
+    explicit VectorStore(const VectorOut& out)
+        : dst(static_cast<T*>(out.dst)),
+          green(static_cast<T*>(out.green)),
+          blue(static_cast<T*>(out.blue)),
+          swapRB(out.swapRB),
+          weights{out.weights[0], out.weights[1], out.weights[2]} {}
 
     // One sample vector per colour for the pixels from index i on.
     HWY_INLINE void samples(ptrdiff_t i, VT red, VT green, VT blue) const {
         using Kind = VectorOut::Kind;
         const typename P::DT d;
         if constexpr (K == Kind::Three || K == Kind::Four) {
-            const VT first = out.swapRB ? red : blue;
-            const VT third = out.swapRB ? blue : red;
-            T* p = static_cast<T*>(out.dst) + i * (K == Kind::Three ? 3 : 4);
+            const VT first = swapRB ? red : blue;
+            const VT third = swapRB ? blue : red;
+            T* p = dst + i * (K == Kind::Three ? 3 : 4);
             if constexpr (K == Kind::Three) hn::StoreInterleaved3(first, green, third, d, p);
             else hn::StoreInterleaved4(first, green, third, hn::Zero(d), d, p);
         } else if constexpr (K == Kind::Planes) {
-            hn::StoreU(red, d, static_cast<T*>(out.dst) + i);
-            hn::StoreU(green, d, static_cast<T*>(out.green) + i);
-            hn::StoreU(blue, d, static_cast<T*>(out.blue) + i);
+            hn::StoreU(red, d, dst + i);
+            hn::StoreU(green, d, this->green + i);
+            hn::StoreU(blue, d, this->blue + i);
         } else {
             static_assert(K == Kind::Three, "no sample store for this kind");
         }
@@ -52,13 +66,13 @@ struct VectorStore {
     // `b` the second.
     HWY_FLATTEN void pairs(ptrdiff_t i, const RgbOf<L>& a, const RgbOf<L>& b) const {
         if constexpr (K == VectorOut::Kind::Luma) {
-            const L wRed = P::splat(out.weights[0]);
-            const L wGreen = P::splat(out.weights[1]);
-            const L wBlue = P::splat(out.weights[2]);
+            const L wRed = P::splat(weights[0]);
+            const L wGreen = P::splat(weights[1]);
+            const L wBlue = P::splat(weights[2]);
             const L half = P::splat(128);
             const L first = lumaOf(wRed, wGreen, wBlue, a.red, a.green, a.blue, half);
             const L second = lumaOf(wRed, wGreen, wBlue, b.red, b.green, b.blue, half);
-            hn::StoreU(P::join(first, second), typename P::DT(), static_cast<T*>(out.dst) + i);
+            hn::StoreU(P::join(first, second), typename P::DT(), dst + i);
         } else {
             samples(i, P::join(a.red, b.red), P::join(a.green, b.green), P::join(a.blue, b.blue));
         }
@@ -73,13 +87,13 @@ template <typename T, typename F>
 HWY_INLINE ptrdiff_t withStore(const VectorOut& out, ptrdiff_t unhandled, F&& f) {
     using Kind = VectorOut::Kind;
     switch (out.kind) {
-        case Kind::Three: return f(VectorStore<T, Kind::Three>{out});
-        case Kind::Four: return f(VectorStore<T, Kind::Four>{out});
-        case Kind::Planes: return f(VectorStore<T, Kind::Planes>{out});
+        case Kind::Three: return f(VectorStore<T, Kind::Three>(out));
+        case Kind::Four: return f(VectorStore<T, Kind::Four>(out));
+        case Kind::Planes: return f(VectorStore<T, Kind::Planes>(out));
         case Kind::Luma:
             if constexpr (sizeof(T) == 1) {
                 const uint64_t weightSum = uint64_t{out.weights[0]} + out.weights[1] + out.weights[2];
-                if (weightSum * 255 + 128 <= 0xFFFF) return f(VectorStore<T, Kind::Luma>{out});
+                if (weightSum * 255 + 128 <= 0xFFFF) return f(VectorStore<T, Kind::Luma>(out));
             }
             return unhandled;
         default: return unhandled;

@@ -39,7 +39,7 @@ HWY_FLATTEN ptrdiff_t WidenRun(const uint8_t* src, ptrdiff_t count, uint8_t* dst
     VectorOut out;
     out.kind = VectorOut::Kind::Four;
     out.dst = dst;
-    const VectorStore<uint8_t, VectorOut::Kind::Four> store{out};
+    const VectorStore<uint8_t, VectorOut::Kind::Four> store(out);
     const hn::ScalableTag<uint8_t> d8;
     const ptrdiff_t n = static_cast<ptrdiff_t>(hn::Lanes(d8));
     ptrdiff_t i = 0;

@@ -144,8 +144,8 @@ std::vector<Kernel> kernels() {
                              [=](int h, int w) { return sample * px(h, w) + 4 * entries(h, w); },
                              [=](int h, int w) { return sample * px(h, w); },
                              [=](const uint8_t* s, int h, int w, uint8_t* d) {
-                                 std::vector<uint32_t> table(entries(h, w));
-                                 std::memcpy(table.data(), s + sample * px(h, w), 4 * table.size());
+                                 std::vector<uint32_t> table(entries(h, w) + 1);  // never empty
+                                 std::memcpy(table.data(), s + sample * px(h, w), 4 * entries(h, w));
                                  if (inPlace) std::memcpy(d, s, sample * px(h, w));
                                  const uint8_t* from = inPlace ? d : s;
                                  if (bits == 8) LSCcorrect8_2x2(from, d, mode, table.data(), h, w);

@@ -19,8 +19,9 @@ HWY_BEFORE_NAMESPACE();
 #if HWY_TARGET != HWY_SCALAR
 namespace zel::HWY_NAMESPACE {
 
-// Stores of one writer kind K for samples of type T.
-template <typename T, VectorOut::Kind K>
+// Stores of one writer kind K for samples of type T, the red-position colour
+// in sample 0 when Swap is set (interleaved kinds only).
+template <typename T, VectorOut::Kind K, bool Swap = false>
 struct VectorStore {
     using P = Pairs<T>;
     using L = typename P::L;
@@ -33,14 +34,12 @@ struct VectorStore {
     T* const dst;
     T* const green;
     T* const blue;
-    const bool swapRB;
     const uint32_t weights[3];
 
     explicit VectorStore(const VectorOut& out)
         : dst(static_cast<T*>(out.dst)),
           green(static_cast<T*>(out.green)),
           blue(static_cast<T*>(out.blue)),
-          swapRB(out.swapRB),
           weights{out.weights[0], out.weights[1], out.weights[2]} {}
 
     // One sample vector per colour for the pixels from index i on.
@@ -48,8 +47,8 @@ struct VectorStore {
         using Kind = VectorOut::Kind;
         const typename P::DT d;
         if constexpr (K == Kind::Three || K == Kind::Four) {
-            const VT first = swapRB ? red : blue;
-            const VT third = swapRB ? blue : red;
+            const VT first = Swap ? red : blue;
+            const VT third = Swap ? blue : red;
             T* p = dst + i * (K == Kind::Three ? 3 : 4);
             if constexpr (K == Kind::Three) hn::StoreInterleaved3(first, green, third, d, p);
             else hn::StoreInterleaved4(first, green, third, hn::Zero(d), d, p);
@@ -87,8 +86,10 @@ template <typename T, typename F>
 HWY_INLINE ptrdiff_t withStore(const VectorOut& out, ptrdiff_t unhandled, F&& f) {
     using Kind = VectorOut::Kind;
     switch (out.kind) {
-        case Kind::Three: return f(VectorStore<T, Kind::Three>(out));
-        case Kind::Four: return f(VectorStore<T, Kind::Four>(out));
+        case Kind::Three:
+            return out.swapRB ? f(VectorStore<T, Kind::Three, true>(out)) : f(VectorStore<T, Kind::Three>(out));
+        case Kind::Four:
+            return out.swapRB ? f(VectorStore<T, Kind::Four, true>(out)) : f(VectorStore<T, Kind::Four>(out));
         case Kind::Planes: return f(VectorStore<T, Kind::Planes>(out));
         case Kind::Luma:
             if constexpr (sizeof(T) == 1) {

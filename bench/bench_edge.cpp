@@ -1,13 +1,8 @@
 // Edge-directed demosaicing: the 8-bit drivers per output layout and phase,
-// and the 16-bit entries; OpenCV's edge-aware conversions in the same run
-// when the build found OpenCV.
+// and the 16-bit entries of every order. opencv_compare times them beside
+// OpenCV.
 #include "frames.hpp"
 #include "zelvora.h"
-
-#ifdef ZELBENCH_OPENCV
-#include <opencv2/core.hpp>
-#include <opencv2/imgproc.hpp>
-#endif
 
 namespace {
 
@@ -51,21 +46,6 @@ void bggr16(benchmark::State& s) {
     timeFrames<uint16_t>(s, 3, [](auto src, int h, int w, auto dst, auto) { demosaicingEdgeBGGRU16(src, h, w, dst); });
 }
 
-#ifdef ZELBENCH_OPENCV
-// OpenCV's "BG" codes are for mosaics whose first row starts R G. One thread.
-template <typename T>
-void openCvEdgeAware(benchmark::State& s) {
-    cv::setNumThreads(1);
-    timeFrames<T>(s, 3, [](auto src, int h, int w, auto dst, auto) {
-        constexpr int type = sizeof(T) == 1 ? CV_8UC1 : CV_16UC1;
-        const cv::Mat in(h, w, type, const_cast<T*>(src));
-        cv::Mat out(h, w, sizeof(T) == 1 ? CV_8UC3 : CV_16UC3, dst);
-        cv::cvtColor(in, out, cv::COLOR_BayerBG2BGR_EA);
-    });
-}
-BENCHMARK(openCvEdgeAware<uint8_t>)->Name("edge/opencv/BayerBG2BGR_EA_8u")->Apply(zelbench::frameSizes);
-BENCHMARK(openCvEdgeAware<uint16_t>)->Name("edge/opencv/BayerBG2BGR_EA_16u")->Apply(zelbench::frameSizes);
-#endif
 
 BENCHMARK(rgBgr)->Name("edge/rg8ToBgr8")->Apply(zelbench::frameSizes);
 BENCHMARK(gbBgr)->Name("edge/gb8ToBgr8")->Apply(zelbench::frameSizes);

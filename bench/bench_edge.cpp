@@ -1,5 +1,6 @@
 // Edge-directed demosaicing: the 8-bit drivers per output layout and phase,
-// and the 16-bit entries.
+// and the 16-bit entries of every order. opencv_compare times them beside
+// OpenCV.
 #include "frames.hpp"
 #include "zelvora.h"
 
@@ -13,8 +14,14 @@ void rgBgr(benchmark::State& s) {
 void gbBgr(benchmark::State& s) {
     timeFrames(s, 3, [](auto src, int h, int w, auto dst, auto) { gb8ToBgr8_edge(src, h, w, dst, 0); });
 }
+void rgRgb(benchmark::State& s) {
+    timeFrames(s, 3, [](auto src, int h, int w, auto dst, auto) { rg8ToBgr8_edge(src, h, w, dst, 1); });
+}
 void rgBgra(benchmark::State& s) {
     timeFrames(s, 4, [](auto src, int h, int w, auto dst, auto) { rg8ToBgra8_edge(src, h, w, dst, 0); });
+}
+void rgRgba(benchmark::State& s) {
+    timeFrames(s, 4, [](auto src, int h, int w, auto dst, auto) { rg8ToBgra8_edge(src, h, w, dst, 1); });
 }
 void rgPlanar(benchmark::State& s) {
     timeFrames(s, 3, [](auto src, int h, int w, auto dst, auto line) {
@@ -29,16 +36,27 @@ void rgMono(benchmark::State& s) {
 void rggb16(benchmark::State& s) {
     timeFrames<uint16_t>(s, 3, [](auto src, int h, int w, auto dst, auto) { demosaicingEdgeRGGBU16(src, h, w, dst); });
 }
+void grbg16(benchmark::State& s) {
+    timeFrames<uint16_t>(s, 3, [](auto src, int h, int w, auto dst, auto) { demosaicingEdgeGRBGU16(src, h, w, dst); });
+}
+void gbrg16(benchmark::State& s) {
+    timeFrames<uint16_t>(s, 3, [](auto src, int h, int w, auto dst, auto) { demosaicingEdgeGBRGU16(src, h, w, dst); });
+}
 void bggr16(benchmark::State& s) {
     timeFrames<uint16_t>(s, 3, [](auto src, int h, int w, auto dst, auto) { demosaicingEdgeBGGRU16(src, h, w, dst); });
 }
 
+
 BENCHMARK(rgBgr)->Name("edge/rg8ToBgr8")->Apply(zelbench::frameSizes);
 BENCHMARK(gbBgr)->Name("edge/gb8ToBgr8")->Apply(zelbench::frameSizes);
+BENCHMARK(rgRgb)->Name("edge/rg8ToRgb8")->Apply(zelbench::frameSizes);
 BENCHMARK(rgBgra)->Name("edge/rg8ToBgra8")->Apply(zelbench::frameSizes);
+BENCHMARK(rgRgba)->Name("edge/rg8ToRgba8")->Apply(zelbench::frameSizes);
 BENCHMARK(rgPlanar)->Name("edge/rg8ToBgr8P")->Apply(zelbench::frameSizes);
 BENCHMARK(rgMono)->Name("edge/rg8ToMono8")->Apply(zelbench::frameSizes);
 BENCHMARK(rggb16)->Name("edge/demosaicingEdgeRGGBU16")->Apply(zelbench::frameSizes);
+BENCHMARK(grbg16)->Name("edge/demosaicingEdgeGRBGU16")->Apply(zelbench::frameSizes);
+BENCHMARK(gbrg16)->Name("edge/demosaicingEdgeGBRGU16")->Apply(zelbench::frameSizes);
 BENCHMARK(bggr16)->Name("edge/demosaicingEdgeBGGRU16")->Apply(zelbench::frameSizes);
 
 }  // namespace

@@ -28,6 +28,18 @@ struct FrameDesc {
     }
 };
 
+// A row band of each frame, checked against the whole frame (fuzz_demosaic).
+struct BandDesc {
+    uint8_t enable = 0;  // bit 0: check a band of each frame
+    uint8_t first = 0;   // first row: first % (height + 2) - 1, so -1 .. height
+    uint8_t count = 0;   // rows: count % (height + 2), so 0 .. height + 1
+
+    template <typename IO>
+    void visit(IO& io) {
+        io.field(enable), io.field(first), io.field(count);
+    }
+};
+
 // The shading estimators and correction (fuzz_shading).
 struct ShadingDesc {
     uint8_t which = 0;       // 0: per-pixel/block table, 1: regional table, 2: correction only

@@ -1,13 +1,19 @@
 // zelDemosaicing over every input code and random ones, sizes from negative to
 // 71 x 71, every stride case, every method and out-of-range ones, and
 // valid and invalid output layouts. Two frames go through one handle, so the
-// second call meets the scratch buffer the first one left.
+// second call meets the scratch buffer the first one left. A row band of each
+// frame (zelDemosaicingRows, on the untouched input) must write exactly the
+// bytes of its rows that the whole frame has, nothing else, and leave its
+// input as it was.
 //
-// Input: two FrameDesc, then the bytes
+// The band check is built when the header declares the row-band entry.
+//
+// Input: two FrameDesc, a BandDesc, then the bytes
 // the input buffers are filled with.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "descs.hpp"
 #include "fuzz_input.hpp"
@@ -15,6 +21,7 @@
 
 namespace {
 
+using zelfuzz::BandDesc;
 using zelfuzz::Buffer;
 using zelfuzz::FrameDesc;
 using zelfuzz::Family;
@@ -53,7 +60,61 @@ int bytesPerPixel(uint64_t layout) {
     std::abort();
 }
 
-void runFrame(ZelHandle* handle, const FrameDesc& d, Reader& in) {
+#if ZELVORA_FUZZ_BANDS
+struct Frame {
+    const ZelImage& input;  // its data untouched by any call
+    size_t inputBytes;
+    int32_t method;
+    int64_t rowBytes;  // of one unpadded input row
+    const Buffer& whole;  // the whole frame's output, zero where it wrote nothing
+    int32_t wholeStatus;
+};
+
+// Runs the band twice, into outputs of all zeros and all ones: a byte that
+// comes out the same in both was written.
+void checkBand(ZelHandle* handle, const Frame& f, const BandDesc& band) {
+    const int32_t h = f.input.height;
+    const int32_t w = f.input.width;
+    const int32_t first = band.first % (h + 2) - 1;
+    const int32_t count = band.count % (h + 2);
+    Buffer input(f.inputBytes);
+    std::memcpy(input.data(), f.input.data, f.inputBytes);
+    ZelImage src = f.input;
+    src.data = input.data();
+    Buffer zeros(f.whole.size), ones(f.whole.size);
+    std::memset(zeros.data(), 0, zeros.size);
+    std::memset(ones.data(), 0xFF, ones.size);
+    ZelImage out0{0, 0, 0, zeros.data(), 0}, out1{0, 0, 0, ones.data(), 0};
+    const int32_t status = zelDemosaicingRows(handle, &src, f.method, &out0, first, count);
+    if (zelDemosaicingRows(handle, &src, f.method, &out1, first, count) != status)
+        broken("the same band gave two statuses");
+    if (std::memcmp(input.data(), f.input.data, f.inputBytes) != 0) broken("a band changed its input");
+    const bool inside = first >= 0 && count > 0 && first + count <= h;
+    if (inside && f.input.stride >= f.rowBytes) {
+        if (status != f.wholeStatus) broken("a band and the whole frame got different statuses");
+    } else if (status == ZEL_OK) {
+        broken("a band outside the frame, or over rows shorter than the stride, was accepted");
+    }
+    const uint64_t layout = handle->outputFormat;
+    const bool planar = layout == 0x02180021 || layout == 0x02180025;
+    const int bpp = bytesPerPixel(layout);
+    const size_t rowLength = static_cast<size_t>(w) * (planar ? 1 : bpp);
+    const size_t plane = static_cast<size_t>(h) * w;
+    for (size_t i = 0; i < f.whole.size; ++i) {
+        const bool written = zeros.data()[i] == ones.data()[i];
+        const int64_t row = static_cast<int64_t>((planar ? i % plane : i) / rowLength);
+        const bool ours = status == ZEL_OK && row >= first && row < first + count;
+        if (written && !ours) broken("a band wrote outside its rows");
+        if (written && zeros.data()[i] != f.whole.data()[i]) broken("a band wrote a byte the whole frame does not");
+        // Every byte of its rows but the fourth of four-byte pixels, which
+        // the edge-directed kernels leave alone.
+        if (ours && !written && f.whole.data()[i] != 0 && !(bpp == 4 && i % 4 == 3))
+            broken("a band left a byte of its rows unwritten");
+    }
+}
+#endif
+
+void runFrame(ZelHandle* handle, const FrameDesc& d, const BandDesc& band, Reader& in) {
     const uint32_t code = d.codePick < 248 ? zelfuzz::kInputCodes[d.codePick % zelfuzz::kInputCodeCount].code
                                            : d.rawCode;
     // Up to 71 x 71, or negative.
@@ -99,6 +160,11 @@ void runFrame(ZelHandle* handle, const FrameDesc& d, Reader& in) {
     in.fill(input.data(), input.size);
     const int bpp = bytesPerPixel(handle->outputFormat);
     Buffer output(accepted ? static_cast<size_t>(int64_t{h} * w * bpp) : 0);
+    std::memset(output.data(), 0, output.size);
+    // The whole-frame call may pack 8-bit rows in place; bands start from this copy.
+    const bool bands = ZELVORA_FUZZ_BANDS && (band.enable & 1) && accepted && d.nulls < 252;
+    Buffer pristine(bands ? input.size : 0);
+    if (bands) std::memcpy(pristine.data(), input.data(), input.size);
 
     ZelImage src{h, w, code, input.data(), static_cast<int32_t>(stride)};
     const ZelImage before{-7, -7, 0xDEADBEEF, output.data(), 12345};
@@ -120,6 +186,13 @@ void runFrame(ZelHandle* handle, const FrameDesc& d, Reader& in) {
     } else if (dst.height != before.height || dst.width != before.width || dst.pixelFormat != before.pixelFormat) {
         broken("a failed call changed the output record");
     }
+#if ZELVORA_FUZZ_BANDS
+    if (bands) {
+        ZelImage untouched = src;
+        untouched.data = pristine.data();
+        checkBand(handle, {untouched, pristine.size, method, row, output, status}, band);
+    }
+#endif
 }
 
 }  // namespace
@@ -128,10 +201,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Reader in(data, size);
     const FrameDesc first = readDesc(in);
     const FrameDesc second = readDesc(in);
+    BandDesc band;
+    band.visit(in);
     ZelHandle* handle = nullptr;
     if (zelCreate(&handle) != ZEL_OK) std::abort();
-    runFrame(handle, first, in);
-    runFrame(handle, second, in);
+    runFrame(handle, first, band, in);
+    runFrame(handle, second, band, in);
     zelRelease(&handle);
     return 0;
 }

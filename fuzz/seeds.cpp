@@ -69,9 +69,13 @@ void demosaicSeeds() {
             second.width = 10;
             second.methodPick = static_cast<uint8_t>((method + 1) % 3);
             second.layoutPick = static_cast<uint8_t>((first.layoutPick + 3) % zelfuzz::kOutputCodeCount);
+            // A band from the middle of the frame, or one that reaches an edge.
+            zelfuzz::BandDesc band{1, static_cast<uint8_t>(code % 3 == 0 ? 1 : 5 + method),
+                                   static_cast<uint8_t>(3 + code % 9)};
             Writer w;
             first.visit(w);
             second.visit(w);
+            band.visit(w);
             const int64_t row = zelfuzz::rowBytes(zelfuzz::kInputCodes[code].family, first.width) + 4;
             w.bytes(scene(first.height, row, code));
             save("demosaic", "frame-" + std::to_string(count++), w.data());

@@ -161,18 +161,28 @@ ZEL_API void unpacked(const uint8_t* src, int32_t height, int32_t width, int32_t
 /* Demosaicing entry and dispatchers                                         */
 /* ------------------------------------------------------------------------ */
 
-/* Demosaics one input frame into the layout the handle holds. With h, w and s
- * the input's height, width and stride, the caller supplies these bytes:
- *   8-bit input: the larger of h * w and (h - 1) * s + w. When s != w the
- *     rows are packed together in place, rewriting the first h * w bytes.
- *   16-bit containers: 2 * h * w when s = 2 * w, otherwise
- *     (h - 1) * (s rounded down to even) + 2 * w.
- *   Packed input (two pixels in three bytes): 3 * ceil(h * w / 2) when
- *     s = w + w / 2, otherwise (h - 1) * s + 3 * ceil(w / 2); an odd width
- *     still reads the whole last three-byte pair of a row.
- *   Output: h * w * 3 for BGR8, RGB8 and both planar layouts, h * w * 4 for
- *     BGRA8 and RGBA8, h * w for Mono8.
- * A failed call writes no output; 8-bit input may already be packed. */
+/* Demosaics one frame into the handle's output layout. The library checks
+ * none of the buffer sizes; with W = width, H = height and S = stride the
+ * caller must supply:
+ *  - output: H * W * 3 bytes for BGR8, RGB8 and both planar layouts,
+ *    H * W * 4 for BGRA8 and RGBA8, H * W for Mono8.
+ *  - 8-bit input: H * W bytes when S = W. Any other S compacts the rows in
+ *    place (row r is read at r * S and written at r * W), so the buffer is
+ *    modified and must hold max((H - 1) * S + W, H * W) bytes: with S < W
+ *    that is H * W bytes, more than S * H.
+ *  - 16-bit containers (10 to 16 bits): 2 * H * W bytes when S = 2 * W;
+ *    otherwise row r is read at r * (S rounded down to even), so
+ *    (H - 1) * (S & ~1) + 2 * W bytes, more than S * H when S < 2 * W.
+ *  - packed input: read in whole three-byte pairs. With S = W + W / 2 the
+ *    frame is read as one run of pairs, 3 * ceil(H * W / 2) bytes (for an
+ *    odd W more than S * H, and rows run on without a break). Otherwise
+ *    (H - 1) * S + 3 * ceil(W / 2) bytes: an odd W reads one byte past the
+ *    ceil(3 * W / 2) bytes that hold a row's pixels.
+ * Returns 0, or errInvalidParameter, errBadImageSize (a dimension or the
+ * stride 3 or less, or W * H overflowing; the edge-directed kernels need
+ * W and H of at least 6 for Bayer input), errUnsupportedInput, errNoMemory
+ * or errUnsupportedOutput. A failed call writes no output; 8-bit input may
+ * already be packed. */
 ZEL_API int32_t zelDemosaicing(ZelHandle* handle, const ZelImage* input, int32_t method, ZelImage* output);
 
 /* Demosaics output rows firstRow .. firstRow + rowCount - 1 only, so that a

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Installs the library into a scratch prefix and builds a small C consumer
-# against it twice: through find_package(Zelvora) and through pkg-config;
-# then imports the installed Python module.
+# Installs the library into a scratch prefix other than the one it was
+# configured with and builds a small C consumer against it twice: through
+# find_package(Zelvora) and through pkg-config; then imports the installed
+# Python module.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 source "$root/scripts/deps.sh"
@@ -9,9 +10,10 @@ work="$root/build/ci-install"
 rm -rf "$work" && mkdir -p "$work"
 echo "=== install ==="
 cmake -S "$root" -B "$work/build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DZELVORA_BUILD_TESTS=OFF \
-  -DZELVORA_BUILD_BENCH=OFF -DZELVORA_BUILD_TOOL=OFF -DZELVORA_BUILD_PYTHON=ON -DCMAKE_INSTALL_PREFIX="$work/prefix" >/dev/null
+  -DZELVORA_BUILD_BENCH=OFF -DZELVORA_BUILD_TOOL=OFF -DZELVORA_BUILD_PYTHON=ON -DCMAKE_INSTALL_PREFIX="$work/configured" >/dev/null
 cmake --build "$work/build" >/dev/null
-cmake --install "$work/build" >/dev/null
+cmake --install "$work/build" --prefix "$work/prefix" >/dev/null
+[ ! -e "$work/configured" ] || { echo "install wrote to the configured prefix"; exit 1; }
 
 mkdir -p "$work/consumer"
 cp "$root/tests/c_header_test.c" "$work/consumer/main.c"
@@ -26,8 +28,10 @@ cmake -S "$work/consumer" -B "$work/consumer/build" -G Ninja -DCMAKE_PREFIX_PATH
 cmake --build "$work/consumer/build" >/dev/null
 "$work/consumer/build/consumer"
 
-export PKG_CONFIG_PATH="$work/prefix/lib/pkgconfig"
+export PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name zelvora.pc)")
 libdir=$(pkg-config --variable=libdir zelvora)
+[ "$(cd "$libdir" && pwd -P)" = "$(cd "$(dirname "$PKG_CONFIG_PATH")" && pwd -P)" ] ||
+  { echo "pkg-config points to $libdir"; exit 1; }
 cc -std=c99 "$work/consumer/main.c" $(pkg-config --cflags --libs zelvora) -Wl,-rpath,"$libdir" -o "$work/pc-consumer"
 "$work/pc-consumer"
 readelf -d "$libdir/libZelvora.so" | grep -q 'SONAME.*libZelvora.so.0' && echo "SONAME libZelvora.so.0"

@@ -8,7 +8,7 @@
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 source "$root/scripts/deps.sh"
-ensure_packages cmake ninja-build g++ pkg-config libpng-dev "${ZELVORA_PYTHON_PACKAGES[@]}"
+ensure_packages cmake ninja-build g++ pkg-config libpng-dev libtiff-dev "${ZELVORA_PYTHON_PACKAGES[@]}"
 
 out=${1:-"$root/build/demo"}
 build="$root/build/tool"

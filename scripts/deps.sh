@@ -13,7 +13,7 @@ ensure_packages() {
   DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
-ZELVORA_BUILD_PACKAGES=(cmake ninja-build g++ make pkg-config googletest libgtest-dev libbenchmark-dev libpng-dev libhwy-dev)
+ZELVORA_BUILD_PACKAGES=(cmake ninja-build g++ make pkg-config googletest libgtest-dev libbenchmark-dev libpng-dev libtiff-dev libhwy-dev)
 ZELVORA_PYTHON_PACKAGES=(pybind11-dev python3-dev python3-numpy python3-pytest)
 # Debian's interpreter, the one those packages serve (python3 on PATH may be another).
 ZELVORA_PYTHON=/usr/bin/python3

@@ -7,11 +7,13 @@
 // guard bytes, so a store past them shows as a difference.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "simd/dispatch.hpp"
@@ -61,14 +63,33 @@ std::vector<Kernel> kernels() {
         const char* name;
         F f;
         size_t (*out)(int, int);
-    } swapped[] = {{"rg8ToBgr8_nearest", rg8ToBgr8_nearest, px3}, {"gb8ToBgr8_nearest", gb8ToBgr8_nearest, px3},
-                   {"rg8ToBgra8_nearest", rg8ToBgra8_nearest, px4}, {"gb8ToBgra8_nearest", gb8ToBgra8_nearest, px4},
-                   {"rg8ToMono8_nearest", rg8ToMono8_nearest, px}, {"gb8ToMono8_nearest", gb8ToMono8_nearest, px}};
+        int min;
+    } swapped[] = {{"rg8ToBgr8_nearest", rg8ToBgr8_nearest, px3, 2}, {"gb8ToBgr8_nearest", gb8ToBgr8_nearest, px3, 2},
+                   {"rg8ToBgra8_nearest", rg8ToBgra8_nearest, px4, 2}, {"gb8ToBgra8_nearest", gb8ToBgra8_nearest, px4, 2},
+                   {"rg8ToMono8_nearest", rg8ToMono8_nearest, px, 2},  {"gb8ToMono8_nearest", gb8ToMono8_nearest, px, 2},
+                   {"rg8ToBgr8_edge", rg8ToBgr8_edge, px3, 6},         {"gb8ToBgr8_edge", gb8ToBgr8_edge, px3, 6},
+                   {"rg8ToBgra8_edge", rg8ToBgra8_edge, px4, 6},       {"gb8ToBgra8_edge", gb8ToBgra8_edge, px4, 6}};
     for (const auto& s : swapped)
         for (int32_t swap : {0, 1})
-            k.push_back({s.name, 2, 2, px, s.out, [f = s.f, swap](const uint8_t* src, int h, int w, uint8_t* d) {
+            k.push_back({s.name, s.min, s.min, px, s.out, [f = s.f, swap](const uint8_t* src, int h, int w, uint8_t* d) {
                              f(src, h, w, d, swap);
                          }});
+    // The green row handed to the planar and mono edge kernels follows their
+    // output in the buffer, so that what they leave in it is compared too.
+    using EdgePlanes = int32_t (*)(const uint8_t*, int32_t, int32_t, uint8_t*, uint8_t*, uint8_t*, uint8_t*);
+    for (auto [name, f] : {std::pair<const char*, EdgePlanes>{"rg8ToBgr8P_edge", rg8ToBgr8P_edge},
+                           {"gb8ToBgr8P_edge", gb8ToBgr8P_edge}})
+        k.push_back({name, 6, 6, px, [](int h, int w) { return px3(h, w) + w; },
+                     [f](const uint8_t* s, int h, int w, uint8_t* d) {
+                         const size_t n = px(h, w);
+                         f(s, h, w, d, d + n, d + 2 * n, d + 3 * n);
+                     }});
+    using EdgeMono = int32_t (*)(const uint8_t*, int32_t, int32_t, uint8_t*, int32_t, uint8_t*);
+    for (auto [name, f] : {std::pair<const char*, EdgeMono>{"rg8ToMono8_edge", rg8ToMono8_edge},
+                           {"gb8ToMono8_edge", gb8ToMono8_edge}})
+        for (int32_t swap : {0, 1})
+            k.push_back({name, 6, 6, px, [](int h, int w) { return px(h, w) + w; },
+                         [f, swap](const uint8_t* s, int h, int w, uint8_t* d) { f(s, h, w, d, swap, d + px(h, w)); }});
     k.push_back({"rg8ToBgr8P_nearest", 2, 2, px, px3, [](const uint8_t* s, int h, int w, uint8_t* d) {
                      rg8ToBgr8P_nearest(s, h, w, d, d + px(h, w), d + 2 * px(h, w));
                  }});
@@ -110,6 +131,13 @@ std::vector<Kernel> kernels() {
                      const size_t n = px(h, w);
                      demosaicingBilinearRGGBU16P(u16(s), h, w, u16(d), u16(d) + n, u16(d) + 2 * n);
                  }, 2});
+    using Edge16 = uint32_t (*)(const uint16_t*, int32_t, int32_t, uint16_t*);
+    for (auto [name, f] : {std::pair<const char*, Edge16>{"demosaicingEdgeRGGBU16", demosaicingEdgeRGGBU16},
+                           {"demosaicingEdgeGRBGU16", demosaicingEdgeGRBGU16},
+                           {"demosaicingEdgeGBRGU16", demosaicingEdgeGBRGU16},
+                           {"demosaicingEdgeBGGRU16", demosaicingEdgeBGGRU16}})
+        k.push_back({name, 8, 8, px2, px6,
+                     [f](const uint8_t* s, int h, int w, uint8_t* d) { f(u16(s), h, w, u16(d)); }, 2});
 
     for (int shift : {2, 4, 8})
         k.push_back({"u16Tou8_old", 1, 1, px2, px,
@@ -185,7 +213,7 @@ TEST_P(SimdChecker, SameBytesAsScalarOnEveryTarget) {
     for (size_t t = 0; t + 1 < targets.size(); ++t) {
         const Kernels& target = *targets[t];
         for (int w = k.minWidth; w <= kMaxWidth; ++w) {
-            for (int h : {k.minHeight, k.minHeight + 1, 7}) {
+            for (int h : {k.minHeight, k.minHeight + 1, std::max(7, k.minHeight + 3)}) {
                 const int mode = (w + h) % 5 < 3 ? 0 : (w + h) % 5 - 2;
                 const Bytes in = content(k.inBytes(h, w), mode, static_cast<uint32_t>(w * 131 + h));
                 const size_t misalign = static_cast<size_t>(w + h) % 4 * k.alignment;

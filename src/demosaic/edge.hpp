@@ -36,34 +36,51 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
+
+#include "demosaic/layout.hpp"
+#include "simd/dispatch.hpp"
 
 namespace zel::edge {
 
 // ------------------------------------------------------------- arithmetic
+//
+// The rules below are templates over the value type: plain int for the
+// scalar engine, a vector of signed lanes for the row spans (edge-inl.h),
+// which provides its own magnitude, clampTo and pickIfLess.
 
 // Halving and quartering are arithmetic shifts of signed values, so they
 // floor: -1 halves to -1 and -3 quarters to -1.
-constexpr int floorHalf(int v) { return v >> 1; }
-constexpr int floorQuarter(int v) { return v >> 2; }
+template <typename V>
+constexpr V floorHalf(V v) {
+    return v >> 1;
+}
+template <typename V>
+constexpr V floorQuarter(V v) {
+    return v >> 2;
+}
 constexpr int magnitude(int v) { return v < 0 ? -v : v; }
 constexpr int clampTo(int v, int maxValue) {
     const int low = v < 0 ? 0 : v;
     return low > maxValue ? maxValue : low;
 }
+// a < b ? yes : no, both already formed.
+constexpr int pickIfLess(int a, int b, int yes, int no) { return a < b ? yes : no; }
 
 // Green at a red or blue site with sample p before clamping; w1/e1 and n1/s1
 // are the green neighbours, w2/e2 and n2/s2 the same-colour sites two away.
-constexpr int greenEstimate(int p, int w1, int e1, int w2, int e2, int n1, int s1, int n2, int s2) {
-    const int lh = 2 * p - w2 - e2;
-    const int lv = 2 * p - n2 - s2;
-    const int gh = magnitude(w1 - e1) + magnitude(lh);
-    const int gv = magnitude(n1 - s1) + magnitude(lv);
+template <typename V>
+constexpr V greenEstimate(V p, V w1, V e1, V w2, V e2, V n1, V s1, V n2, V s2) {
+    const V lh = p + p - w2 - e2;
+    const V lv = p + p - n2 - s2;
+    const V gh = magnitude(w1 - e1) + magnitude(lh);
+    const V gv = magnitude(n1 - s1) + magnitude(lv);
     // Both estimates are formed and one selected, which keeps the choice
     // free of branches. Equal gradients take the vertical estimate: there is
     // deliberately no third, averaged case.
-    const int horizontal = floorHalf(w1 + e1) + floorQuarter(lh);
-    const int vertical = floorHalf(n1 + s1) + floorQuarter(lv);
-    return gh < gv ? horizontal : vertical;
+    const V horizontal = floorHalf(w1 + e1) + floorQuarter(lh);
+    const V vertical = floorHalf(n1 + s1) + floorQuarter(lv);
+    return pickIfLess(gh, gv, horizontal, vertical);
 }
 
 // Index of the mirror image of i in 0..last, the border itself not repeated.
@@ -151,6 +168,10 @@ struct LineStore {
     int old(Site, int c) const { return line[c]; }
     int fresh(Site, int c) const { return line[c]; }
     void put(Site, int c, int v) const { line[c] = static_cast<T>(v); }
+    void vectorGreens(simd::EdgeRun<T>& r) const {
+        r.greens[0] = r.greens[1] = r.greens[2] = r.greens[3] = line;
+        r.greenStep = 1;
+    }
 };
 
 // The carried greens read back from sample 1 of interleaved three-sample
@@ -164,6 +185,10 @@ struct PixelGreenStore {
     int old(Site s, int c) const { return oldRows[static_cast<int>(s)][3 * c]; }
     int fresh(Site s, int c) const { return newRows[static_cast<int>(s)][3 * c]; }
     void put(Site s, int c, int v) const { newRows[static_cast<int>(s)][3 * c] = static_cast<T>(v); }
+    void vectorGreens(simd::EdgeRun<T>& r) const {
+        r.greens[0] = oldRows[0], r.greens[1] = oldRows[1], r.greens[2] = newRows[0], r.greens[3] = newRows[1];
+        r.greenStep = 3;
+    }
 };
 
 // --------------------------------------------------------------- the frame
@@ -226,15 +251,25 @@ struct Pair {
 
 // The greens and colour differences of four consecutive columns x-2 .. x+1
 // (red, blue, red, blue) in the old rows (y-2, y-1) and the new rows (y, y+1).
-struct Entry {
-    int oldG = 0;
-    int oldD = 0;
-    int newG = 0;
-    int newD = 0;
+template <typename V>
+struct EntryOf {
+    V oldG{};
+    V oldD{};
+    V newG{};
+    V newD{};
 };
-struct Window {
-    Entry e[4];
+template <typename V>
+struct WindowOf {
+    EntryOf<V> e[4];
 };
+using Entry = EntryOf<int>;
+using Window = WindowOf<int>;
+
+// The colour difference at a red or blue site.
+template <typename V>
+constexpr V difference(V sample, V green) {
+    return sample - green;
+}
 
 struct Inside {
     int operator()(int c) const { return c; }
@@ -243,6 +278,12 @@ struct Mirrored {
     int last;
     int operator()(int c) const { return mirror(c, last); }
 };
+
+// The parts of an entry that mirror the other group of the same colour.
+inline void settleAliases(Entry& e, Src from, Src to) {
+    if (from == Src::Alias) e.oldG = e.newG, e.oldD = e.newD;
+    if (to == Src::Alias) e.newG = e.oldG, e.newD = e.oldD;
+}
 
 // Fills the window entry of column c: the old green and difference (rows y-2
 // or y-1), the new ones (rows y or y+1). Resume reads the new greens from the
@@ -254,59 +295,76 @@ inline void fill(const P& p, Entry& e, int c, Cols cols) {
     constexpr Src to = S == Site::Red ? K.newRed : K.newBlue;
     if constexpr (from == Src::Store) {
         e.oldG = p.greens.old(S, c);
-        e.oldD = p.row[o][c] - e.oldG;
+        e.oldD = difference<int>(p.row[o][c], e.oldG);
     }
     if constexpr (to == Src::Compute) {
         const auto* r = p.row[o + 2];
         if constexpr (Resume) {
             e.newG = p.greens.fresh(S, c);
         } else {
-            e.newG = clampTo(greenEstimate(r[c], r[cols(c - 1)], r[cols(c + 1)], r[cols(c - 2)], r[cols(c + 2)],
+            e.newG = clampTo(greenEstimate<int>(r[c], r[cols(c - 1)], r[cols(c + 1)], r[cols(c - 2)], r[cols(c + 2)],
                                            p.row[o + 1][c], p.row[o + 3][c], p.row[o][c], p.row[o + 4][c]),
                              p.maxValue);
             p.greens.put(S, c, e.newG);
         }
-        e.newD = r[c] - e.newG;
+        e.newD = difference<int>(r[c], e.newG);
     }
-    if constexpr (from == Src::Alias) e.oldG = e.newG, e.oldD = e.newD;
-    if constexpr (to == Src::Alias) e.newG = e.oldG, e.newD = e.oldD;
+    settleAliases(e, from, to);
 }
 
 // A missing red or blue: the base (the sample at a green site, the green at
 // a red or blue site) plus the floored mean of the two or four nearest colour
 // differences, clamped.
-constexpr int fromTwo(int base, int d1, int d2, int maxValue) { return clampTo(base + floorHalf(d1 + d2), maxValue); }
-constexpr int fromFour(int base, int d1, int d2, int d3, int d4, int maxValue) {
+template <typename V>
+constexpr V fromTwo(V base, V d1, V d2, V maxValue) {
+    return clampTo(base + floorHalf(d1 + d2), maxValue);
+}
+template <typename V>
+constexpr V fromFour(V base, V d1, V d2, V d3, V d4, V maxValue) {
     return clampTo(base + floorQuarter(d1 + d2 + d3 + d4), maxValue);
 }
 
-// Completion of the four pixels of a step; column x-1 is window entry 1, x
-// entry 2. Row y-1 is a blue row, row y a red row.
+// Completion of the four pixels of a step, given each pixel's own sample;
+// column x-1 is window entry 1, x entry 2. Row y-1 is a blue row, row y a
+// red row.
+template <typename V>
+constexpr RgbOf<V> upperBlueRule(const WindowOf<V>& w, V own, V maxValue) {
+    const V g = w.e[1].oldG;
+    return {fromFour(g, w.e[0].oldD, w.e[2].oldD, w.e[0].newD, w.e[2].newD, maxValue), g, own};
+}
+template <typename V>
+constexpr RgbOf<V> upperGreenRule(const WindowOf<V>& w, V own, V maxValue) {
+    return {fromTwo(own, w.e[2].oldD, w.e[2].newD, maxValue), own, fromTwo(own, w.e[1].oldD, w.e[3].oldD, maxValue)};
+}
+template <typename V>
+constexpr RgbOf<V> lowerGreenRule(const WindowOf<V>& w, V own, V maxValue) {
+    return {fromTwo(own, w.e[0].newD, w.e[2].newD, maxValue), own, fromTwo(own, w.e[1].oldD, w.e[1].newD, maxValue)};
+}
+template <typename V>
+constexpr RgbOf<V> lowerRedRule(const WindowOf<V>& w, V own, V maxValue) {
+    const V g = w.e[2].newG;
+    return {own, g, fromFour(g, w.e[1].oldD, w.e[3].oldD, w.e[1].newD, w.e[3].newD, maxValue)};
+}
+
+template <typename W>
+inline void put(const W& out, ptrdiff_t i, const RgbOf<int>& v) {
+    out.put(i, v.red, v.green, v.blue);
+}
 template <typename P>
 inline void upperBlueSite(const P& p, const Window& w, int c) {
-    const int g = w.e[1].oldG;
-    const int red = fromFour(g, w.e[0].oldD, w.e[2].oldD, w.e[0].newD, w.e[2].newD, p.maxValue);
-    p.out.put(p.upper + c, red, g, p.row[1][c]);
+    put(p.out, p.upper + c, upperBlueRule<int>(w, p.row[1][c], p.maxValue));
 }
 template <typename P>
 inline void upperGreenSite(const P& p, const Window& w, int c) {
-    const int s = p.row[1][c];
-    const int red = fromTwo(s, w.e[2].oldD, w.e[2].newD, p.maxValue);
-    const int blue = fromTwo(s, w.e[1].oldD, w.e[3].oldD, p.maxValue);
-    p.out.put(p.upper + c, red, s, blue);
+    put(p.out, p.upper + c, upperGreenRule<int>(w, p.row[1][c], p.maxValue));
 }
 template <typename P>
 inline void lowerGreenSite(const P& p, const Window& w, int c) {
-    const int s = p.row[2][c];
-    const int red = fromTwo(s, w.e[0].newD, w.e[2].newD, p.maxValue);
-    const int blue = fromTwo(s, w.e[1].oldD, w.e[1].newD, p.maxValue);
-    p.out.put(p.lower + c, red, s, blue);
+    put(p.out, p.lower + c, lowerGreenRule<int>(w, p.row[2][c], p.maxValue));
 }
 template <typename P>
 inline void lowerRedSite(const P& p, const Window& w, int c) {
-    const int g = w.e[2].newG;
-    const int blue = fromFour(g, w.e[1].oldD, w.e[3].oldD, w.e[1].newD, w.e[3].newD, p.maxValue);
-    p.out.put(p.lower + c, p.row[2][c], g, blue);
+    put(p.out, p.lower + c, lowerRedRule<int>(w, p.row[2][c], p.maxValue));
 }
 
 // Writing ahead at step x: the values of (y, x+1), (y+1, x) and (y+1, x+1)
@@ -321,9 +379,9 @@ inline void aheadOfStep(const P& p, const Window& w, int x) {
     const int right = p.row[2][x + 1];
     const int under = p.row[3][x];
     p.out.putGreen(p.lower + x + 1, right);
-    p.out.putBlue(p.lower + x + 1, fromTwo(right, w.e[3].oldD, w.e[3].newD, p.maxValue));
+    p.out.putBlue(p.lower + x + 1, fromTwo<int>(right, w.e[3].oldD, w.e[3].newD, p.maxValue));
     p.out.putGreen(below + x, under);
-    p.out.putBlue(below + x, fromTwo(under, w.e[1].newD, w.e[3].newD, p.maxValue));
+    p.out.putBlue(below + x, fromTwo<int>(under, w.e[1].newD, w.e[3].newD, p.maxValue));
     p.out.putBlue(below + x + 1, p.row[3][x + 1]);
 }
 
@@ -398,9 +456,34 @@ void resumeAt(const P& p, Window& w, int x) {
     fill<K, Site::Blue, true>(p, w.e[3], x - 1, Inside{});
 }
 
+// Passes whose interior steps have a vector form: all but those that write
+// ahead at every step.
+constexpr bool hasVectorSteps(PassKind k) { return k.ahead != Ahead::EveryStep; }
+
+// The leading interior steps from x that the processor's vector span takes,
+// if the writer has a vector form; returns the first step left to the
+// scalar loop, with the window as the scalar steps would have left it.
+template <PassKind K, typename P>
+int vectorSteps(const P& p, Window& w, int x, int last) {
+    using T = std::remove_cvref_t<decltype(*p.row[0])>;
+    const VectorOut v = simd::vectorOutOf(p.out);
+    if (v.kind == VectorOut::Kind::None) return x;
+    const simd::Kernels& k = simd::kernels();
+    simd::EdgeSpan<T> span;
+    if constexpr (sizeof(T) == 1) span = k.edge8;
+    else span = k.edge16;
+    if (span == nullptr) return x;
+    simd::EdgeRun<T> run{{p.row[0], p.row[1], p.row[2], p.row[3], p.row[4], p.row[5]}, {}, 0, v, p.upper, p.lower,
+                         p.maxValue};
+    p.greens.vectorGreens(run);
+    return span(run, K, w, x, last);
+}
+
 template <PassKind K, typename P>
 void interiorSteps(const P& p, Window& w, InteriorSpan span) {
-    for (int x = span.first; x <= span.last; x += 2) interiorStep<K>(p, w, x);
+    int x = span.first;
+    if constexpr (hasVectorSteps(K)) x = vectorSteps<K>(p, w, x, span.last);
+    for (; x <= span.last; x += 2) interiorStep<K>(p, w, x);
     if constexpr (K.ahead == Ahead::LastStep) {
         if (span.last >= span.first) aheadOfStep(p, w, span.last);
     }

@@ -46,12 +46,25 @@ struct VectorStore {
     HWY_INLINE void samples(ptrdiff_t i, VT red, VT green, VT blue) const {
         using Kind = VectorOut::Kind;
         const typename P::DT d;
-        if constexpr (K == Kind::Three || K == Kind::Four) {
+        if constexpr (K == Kind::Three || K == Kind::Four || K == Kind::FourKeep) {
             const VT first = Swap ? red : blue;
             const VT third = Swap ? blue : red;
             T* p = dst + i * (K == Kind::Three ? 3 : 4);
-            if constexpr (K == Kind::Three) hn::StoreInterleaved3(first, green, third, d, p);
-            else hn::StoreInterleaved4(first, green, third, hn::Zero(d), d, p);
+            if constexpr (K == Kind::Three) {
+                hn::StoreInterleaved3(first, green, third, d, p);
+            } else if constexpr (K == Kind::Four) {
+                hn::StoreInterleaved4(first, green, third, hn::Zero(d), d, p);
+            } else {
+                // Byte 3 is never written: the pixels are formed with a zero
+                // there and stored through a mask that leaves it out.
+                constexpr size_t kMax = hn::MaxLanes(typename P::DT());
+                HWY_ALIGN T formed[4 * kMax];
+                hn::StoreInterleaved4(first, green, third, hn::Zero(d), d, formed);
+                const auto three = hn::Set(d, T{3});
+                const auto keep = hn::Ne(hn::And(hn::Iota(d, 0), three), three);
+                const size_t n = hn::Lanes(d);
+                for (size_t k = 0; k < 4; ++k) hn::BlendedStore(hn::Load(d, formed + k * n), keep, d, p + k * n);
+            }
         } else if constexpr (K == Kind::Planes) {
             hn::StoreU(red, d, dst + i);
             hn::StoreU(green, d, this->green + i);
@@ -79,9 +92,9 @@ struct VectorStore {
 };
 
 // Calls f(store) with the store of out's kind and returns its result, or
-// returns `unhandled` for a kind that has no vector store for T: four bytes
-// whose fourth is kept, luma of 16-bit samples, and luma whose weights would
-// overflow 16-bit lanes (the scalar writer sums in 32 bits).
+// returns `unhandled` for a kind that has no vector store for T: luma of
+// 16-bit samples, and luma whose weights would overflow 16-bit lanes (the
+// scalar writer sums in 32 bits).
 template <typename T, typename F>
 HWY_INLINE ptrdiff_t withStore(const VectorOut& out, ptrdiff_t unhandled, F&& f) {
     using Kind = VectorOut::Kind;
@@ -90,6 +103,8 @@ HWY_INLINE ptrdiff_t withStore(const VectorOut& out, ptrdiff_t unhandled, F&& f)
             return out.swapRB ? f(VectorStore<T, Kind::Three, true>(out)) : f(VectorStore<T, Kind::Three>(out));
         case Kind::Four:
             return out.swapRB ? f(VectorStore<T, Kind::Four, true>(out)) : f(VectorStore<T, Kind::Four>(out));
+        case Kind::FourKeep:
+            return out.swapRB ? f(VectorStore<T, Kind::FourKeep, true>(out)) : f(VectorStore<T, Kind::FourKeep>(out));
         case Kind::Planes: return f(VectorStore<T, Kind::Planes>(out));
         case Kind::Luma:
             if constexpr (sizeof(T) == 1) {

@@ -17,6 +17,12 @@
 
 #include "demosaic/layout.hpp"
 
+namespace zel::edge {
+template <typename V>
+struct WindowOf;
+struct PassKind;
+}  // namespace zel::edge
+
 namespace zel::simd {
 
 // A row span of a bilinear engine: the row `mid` between `up` and `dn` (all
@@ -31,6 +37,23 @@ using BilinearSpan = ptrdiff_t (*)(const T* up, const T* mid, const T* dn, ptrdi
 // column pairs (x, x+1) from odd column x.
 using NearestSpan = ptrdiff_t (*)(const uint8_t* own, const uint8_t* companion, ptrdiff_t x, int32_t width,
                                   const VectorOut& out, ptrdiff_t base);
+
+// The interior steps of an edge-directed pass of `kind` for the pair (y, y+1):
+// steps x, x+2, ... up to `last` (see edge.hpp), continuing from the window
+// the scalar steps left in `w` and leaving it as they would have. Returns
+// the first step not done.
+template <typename T>
+struct EdgeRun {
+    const T* row[6];      // source rows y-2 .. y+3
+    T* greens[4];         // carried greens: old red (y-2), old blue (y-1), new red (y), new blue (y+1)
+    ptrdiff_t greenStep;  // samples from one column's green to the next
+    VectorOut out;
+    ptrdiff_t upper;  // pixel index of (y-1, 0)
+    ptrdiff_t lower;  // pixel index of (y, 0)
+    int maxValue;
+};
+template <typename T>
+using EdgeSpan = int (*)(const EdgeRun<T>& run, const edge::PassKind& kind, edge::WindowOf<int>& w, int x, int last);
 
 // Element runs: the first `count` elements, returning how many were done.
 using ShiftRun = ptrdiff_t (*)(const uint8_t* src, ptrdiff_t count, int32_t shift, uint8_t* dst);
@@ -51,6 +74,8 @@ struct Kernels {
     const char* target;  // "scalar", "SSE4", "AVX2", "AVX3", "NEON", ...
     BilinearSpan<uint8_t> bilinear8[2];
     BilinearSpan<uint16_t> bilinear16[2];
+    EdgeSpan<uint8_t> edge8;
+    EdgeSpan<uint16_t> edge16;
     NearestSpan nearestRed;   // red row (R G R G) over its blue companion
     NearestSpan nearestBlue;  // blue row (G B G B) over its red companion
     ShiftRun shift16;         // 16-bit containers to 8 bits

@@ -22,6 +22,7 @@
 #include "hwy/highway.h"
 
 #include "demosaic/bilinear-inl.h"
+#include "demosaic/edge-inl.h"
 #include "demosaic/nearest-inl.h"
 #include "frame/frame-inl.h"
 #include "input/reduce-inl.h"
@@ -43,6 +44,8 @@ const simd::Kernels kKernels{
     hwy::TargetName(HWY_TARGET),
     {BilinearSpan<bilinear::Kind::Even, uint8_t>, BilinearSpan<bilinear::Kind::Odd, uint8_t>},
     {BilinearSpan<bilinear::Kind::Even, uint16_t>, BilinearSpan<bilinear::Kind::Odd, uint16_t>},
+    EdgeSpan<uint8_t>,
+    EdgeSpan<uint16_t>,
     NearestSpan<true>,
     NearestSpan<false>,
     ShiftRun,
@@ -61,7 +64,7 @@ HWY_AFTER_NAMESPACE();
 namespace zel::simd {
 namespace {
 
-const Kernels kScalar{"scalar", {}, {}, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, {}, {}};
+const Kernels kScalar{"scalar", {}, {}, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, {}, {}};
 
 struct Candidate {
     const Kernels* kernels;

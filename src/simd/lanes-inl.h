@@ -32,6 +32,13 @@ struct Lanes {
     friend inline HWY_ATTR Lanes operator|(Lanes a, Lanes b) { return {hn::Or(a.v, b.v)}; }
     friend inline HWY_ATTR Lanes operator>>(Lanes a, int k) { return {hn::ShiftRightSame(a.v, k)}; }
     friend inline HWY_ATTR Lanes operator<<(Lanes a, int k) { return {hn::ShiftLeftSame(a.v, k)}; }
+    // The few rules that are not operators, for signed lanes: |a|, a clamped
+    // to 0..max, and a < b ? yes : no.
+    friend inline HWY_ATTR Lanes magnitude(Lanes a) { return {hn::Abs(a.v)}; }
+    friend inline HWY_ATTR Lanes clampTo(Lanes a, Lanes max) { return {hn::Min(hn::Max(a.v, hn::Zero(D())), max.v)}; }
+    friend inline HWY_ATTR Lanes pickIfLess(Lanes a, Lanes b, Lanes yes, Lanes no) {
+        return {hn::IfThenElse(hn::Lt(a.v, b.v), yes.v, no.v)};
+    }
 };
 
 // The unsigned lane twice as wide as a sample: sums of up to four samples and

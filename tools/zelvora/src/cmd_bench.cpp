@@ -1,6 +1,9 @@
 // zelvora bench [--size WxH] [--min-time SECONDS]: megapixels per second of
 // every method and layout for 8-bit and 16-bit input, of the 16-bit kernels,
 // and of OpenCV's Bayer conversions when the build found OpenCV.
+#include <dlfcn.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -8,6 +11,7 @@
 #include <optional>
 
 #include "args.hpp"
+#include "cli.hpp"
 
 #include "commands.hpp"
 #include "deep.hpp"
@@ -15,17 +19,11 @@
 #include "formats.hpp"
 #include "library.hpp"
 #include "scene.hpp"
+#include "opencv_module.hpp"
 #include "samples.hpp"
-
-#ifdef ZELVORA_TOOL_OPENCV
-#include <opencv2/core.hpp>
-#include <opencv2/imgproc.hpp>
-#endif
 
 namespace zelvora {
 namespace {
-
-constexpr OptionDef kOptions[] = {{"size"}, {"min-time"}};
 
 // The shortest time of one call, over runs that last at least minTime in all
 // (and at least three runs): the least disturbed measurement on a busy machine.
@@ -92,22 +90,36 @@ std::map<int32_t, double> benchEntry(const Bench& bench, const InputFormat& form
     return bgr8;
 }
 
-#ifdef ZELVORA_TOOL_OPENCV
-// OpenCV names a Bayer pattern by its second row's second and third pixels:
-// its "BG" codes are for data whose first row starts R G, as here.
-void benchOpenCv(const Bench& bench, const std::vector<uint8_t>& raw8, const std::vector<uint16_t>& raw16,
-                 const std::map<int32_t, double>& zel8, std::optional<double> zelDeepBilinear,
-                 std::optional<double> zelDeepEdge) {
-    cv::setNumThreads(1);
+// The OpenCV comparison module: beside the program (in the build tree), or
+// where it is installed relative to it; null when absent.
+const ZelvoraOpenCvModule* loadOpenCvModule() {
+    char self[4096];
+    const ssize_t n = readlink("/proc/self/exe", self, sizeof self - 1);
+    if (n <= 0) return nullptr;
+    self[n] = '\0';
+    std::string dir(self);
+    dir.resize(dir.rfind('/') + 1);
+    for (const std::string& path : {dir + "zelvora-opencv.so", dir + ZELVORA_MODULE_DIR "/zelvora-opencv.so"}) {
+        if (void* module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) {
+            if (const auto* entry = static_cast<const ZelvoraOpenCvModule*>(dlsym(module, "zelvoraOpenCvModule")))
+                return entry;
+            dlclose(module);
+        }
+    }
+    return nullptr;
+}
+
+void benchOpenCv(const ZelvoraOpenCvModule& cv, const Bench& bench, const std::vector<uint8_t>& raw8,
+                 const std::vector<uint16_t>& raw16, const std::map<int32_t, double>& zel8,
+                 std::optional<double> zelDeepBilinear, std::optional<double> zelDeepEdge) {
     const int w = bench.size.width;
     const int h = bench.size.height;
-    const cv::Mat src8(h, w, CV_8UC1, const_cast<uint8_t*>(raw8.data()));
-    const cv::Mat src16(h, w, CV_16UC1, const_cast<uint16_t*>(raw16.data()));
-    cv::Mat dst;
+    std::vector<uint16_t> dst(static_cast<size_t>(w) * static_cast<size_t>(h) * 3);
     struct Row {
         const char* name;
-        const cv::Mat* src;
-        int code;
+        const void* src;
+        int sixteenBits;
+        int edgeAware;
         std::optional<double> ours;
     };
     const auto ours8 = [&](int32_t method) -> std::optional<double> {
@@ -115,15 +127,20 @@ void benchOpenCv(const Bench& bench, const std::vector<uint8_t>& raw8, const std
         return it == zel8.end() ? std::nullopt : std::optional<double>(it->second);
     };
     const Row rows[] = {
-        {"8-bit bilinear, BGR8", &src8, cv::COLOR_BayerBG2BGR, ours8(ZEL_DEMOSAIC_BILINEAR)},
-        {"8-bit edge-aware, BGR8", &src8, cv::COLOR_BayerBG2BGR_EA, ours8(ZEL_DEMOSAIC_EDGE)},
-        {"16-bit bilinear, BGR16", &src16, cv::COLOR_BayerBG2BGR, zelDeepBilinear},
-        {"16-bit edge-aware, BGR16", &src16, cv::COLOR_BayerBG2BGR_EA, zelDeepEdge},
+        {"8-bit bilinear, BGR8", raw8.data(), 0, 0, ours8(ZEL_DEMOSAIC_BILINEAR)},
+        {"8-bit edge-aware, BGR8", raw8.data(), 0, 1, ours8(ZEL_DEMOSAIC_EDGE)},
+        {"16-bit bilinear, BGR16", raw16.data(), 1, 0, zelDeepBilinear},
+        {"16-bit edge-aware, BGR16", raw16.data(), 1, 1, zelDeepEdge},
     };
-    std::printf("\nOpenCV %s cv::cvtColor on the same frames (one thread)\n", CV_VERSION);
+    std::printf("\nOpenCV %s cv::cvtColor on the same frames (one thread)\n", cv.version);
     std::printf("%-26s %9s %9s %9s\n", "conversion", "OpenCV", "zelvora", "ratio");
     for (const Row& row : rows) {
-        const double rate = bench.rate(bestSeconds([&] { cv::cvtColor(*row.src, dst, row.code); }, bench.minTime));
+        const auto call = [&] { return cv.convert(row.src, w, h, row.sixteenBits, row.edgeAware, dst.data()); };
+        if (call() != 0) {
+            std::printf("%-26s %9s\n", row.name, "failed");
+            continue;
+        }
+        const double rate = bench.rate(bestSeconds(call, bench.minTime));
         std::printf("%-26s %9.1f", row.name, rate);
         printRate(row.ours);
         if (row.ours) {
@@ -133,12 +150,11 @@ void benchOpenCv(const Bench& bench, const std::vector<uint8_t>& raw8, const std
         }
     }
 }
-#endif
 
 }  // namespace
 
 int runBench(std::span<const std::string> words) {
-    const Args args(words, kOptions);
+    const Args args(words, commandDef("bench").options);
     if (!args.positional().empty()) throw UsageError("bench takes no file arguments");
     Bench bench{args.has("size") ? parseSize(*args.value("size")) : Size{1920, 1080},
                 args.has("min-time") ? parseSeconds(*args.value("min-time"), "--min-time") : 0.2};
@@ -174,12 +190,11 @@ int runBench(std::span<const std::string> words) {
         if (name == "zelDemosaicingBilinearU16") deepBilinear = rate;
         if (name == "demosaicingEdgeRGGBU16") deepEdge = rate;
     }
-#ifdef ZELVORA_TOOL_OPENCV
-    benchOpenCv(bench, raw8, samples12, zel8, deepBilinear, deepEdge);
-#else
-    (void)zel8;
-    std::printf("\n(OpenCV was not found when this tool was built: no comparison with cv::cvtColor)\n");
-#endif
+    if (const ZelvoraOpenCvModule* cv = loadOpenCvModule()) {
+        benchOpenCv(*cv, bench, raw8, samples12, zel8, deepBilinear, deepEdge);
+    } else {
+        std::printf("\n(no OpenCV comparison: the zelvora-opencv.so module is not installed)\n");
+    }
     return 0;
 }
 

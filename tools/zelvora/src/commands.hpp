@@ -2,6 +2,7 @@
 // status, and throws UsageError or Failure for the one-line error.
 #pragma once
 
+#include <cstdint>
 #include <span>
 #include <string>
 
@@ -10,6 +11,9 @@ namespace zelvora {
 int runConvert(std::span<const std::string> words);
 int runDemo(std::span<const std::string> words);
 int runBench(std::span<const std::string> words);
+int runLscCalibrate(std::span<const std::string> words);
+int runLscApply(std::span<const std::string> words);
+// "calibrate ..." or "apply ...".
 int runLsc(std::span<const std::string> words);
 int runFormats(std::span<const std::string> words);
 

@@ -1,5 +1,6 @@
 #include "formats.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <charconv>
@@ -133,6 +134,24 @@ int64_t rowBytes(const InputFormat& format, int32_t width) {
         case Packing::Packed: return 3 * ((w + 1) / 2);
     }
     return w;
+}
+
+int64_t libraryInputBytes(const InputFormat& format, int32_t width, int32_t height, int64_t stride) {
+    const int64_t w = width;
+    const int64_t h = height;
+    switch (format.packing) {
+        case Packing::Bytes:
+            // Rows are compacted in place: row r is read at r * stride and
+            // written at r * width.
+            return stride == w ? w * h : std::max((h - 1) * stride + w, w * h);
+        case Packing::Words:
+            // Rows start at the stride rounded down to even.
+            return stride == 2 * w ? 2 * w * h : (h - 1) * (stride & ~int64_t{1}) + 2 * w;
+        case Packing::Packed:
+            // Whole three-byte pairs: per row, or over the frame as one run.
+            return stride == w + w / 2 ? 3 * ((w * h + 1) / 2) : (h - 1) * stride + 3 * ((w + 1) / 2);
+    }
+    return 0;
 }
 
 std::string_view orderName(Order order) {

@@ -38,6 +38,12 @@ const InputFormat& inputFormatFor(Order order, int bits, Packing packing);
 // on a whole pair; an odd width still occupies the three bytes of its last pair.
 int64_t rowBytes(const InputFormat& format, int32_t width);
 
+// Bytes of the input buffer zelDemosaicing reads or writes for a frame of
+// this format, size and stride (see zelvora.h): at least height * stride,
+// more for odd packed widths, for strides shorter than a row, and for the flat
+// packed path (stride width + width / 2).
+int64_t libraryInputBytes(const InputFormat& format, int32_t width, int32_t height, int64_t stride);
+
 std::string_view orderName(Order order);  // "RG", ..., "mono"
 
 struct OutputLayout {

@@ -61,10 +61,11 @@ void Diagnostics::end() {
     while (!text_.empty() && (text_.back() == '\n' || text_.back() == '\r')) text_.pop_back();
 }
 
-void checkStatus(std::string_view operation, int32_t status, const Diagnostics& diagnostics, std::string_view hint) {
+void checkStatus(std::string_view operation, int32_t status, const Diagnostics& diagnostics, std::string_view hint,
+                 std::string_view sizeRule) {
     if (status == ZEL_OK) return;
-    std::string message = std::string(operation) + " failed: " + statusName(status) + " (" +
-                          std::to_string(status) + ")";
+    std::string message = status == errBadImageSize && !sizeRule.empty() ? std::string(sizeRule) + ": " : "";
+    message += std::string(operation) + " failed: " + statusName(status) + " (" + std::to_string(status) + ")";
     if (!diagnostics.text().empty()) {
         message += ", the library reports \"" + diagnostics.text() + "\"";
     } else if (!hint.empty()) {

@@ -57,8 +57,9 @@ private:
 
 // Throws Failure "<operation> failed: errBadImageSize (-104), the library
 // reports "error line = [96]"" unless status is 0. `hint` is added when the
-// library printed nothing.
+// library printed nothing; `sizeRule` ("edge-directed needs at least 6x6; the
+// frame is 5x5") goes in front for errBadImageSize.
 void checkStatus(std::string_view operation, int32_t status, const Diagnostics& diagnostics,
-                 std::string_view hint = {});
+                 std::string_view hint = {}, std::string_view sizeRule = {});
 
 }  // namespace zelvora

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <type_traits>
 
+#include "cli.hpp"
 #include "formats.hpp"
 #include "picture.hpp"
 #include "samples.hpp"
@@ -72,7 +73,7 @@ std::vector<uint16_t> field(double level, int seed) {
 
 }  // namespace
 
-// The PNG holds what the library makes of the frame: 8-bit samples from
+// The PNG and the TIFF hold what the library makes of the frame: 8-bit samples from
 // zelDemosaicing, or with --deep the 16-bit kernels' samples widened to 16
 // bits, the input's depth in sBIT (mono samples as they are).
 TEST(ToolCli, PngMatchesTheLibrary) {
@@ -97,9 +98,12 @@ TEST(ToolCli, PngMatchesTheLibrary) {
         const zelvora::InputFormat& format = findInputFormat(c.format);
         const Bytes raw = sceneFrame(c.format, c.width, c.height);
         tooltest::writeBytes(dir / "in.raw", raw);
-        const Outcome run = tooltest::runTool("convert in.raw out.PNG --format " + std::string(c.format) + " --size " +
-                                                  std::to_string(c.width) + "x" + std::to_string(c.height) + " " +
-                                                  c.options, dir);
+        const auto convert = [&](const char* out) {
+            return tooltest::runTool("convert in.raw " + std::string(out) + " --format " + c.format + " --size " +
+                                         std::to_string(c.width) + "x" + std::to_string(c.height) + " " + c.options,
+                                     dir);
+        };
+        const Outcome run = convert("out.PNG");
         ASSERT_EQ(run.exitCode, 0) << run.err;
         EXPECT_EQ(run.err + run.out, "");
         const std::vector<uint16_t> expected = c.reference(raw, format, c.width, c.height);
@@ -108,6 +112,11 @@ TEST(ToolCli, PngMatchesTheLibrary) {
         const tooltest::PngPicture png = tooltest::readPng(dir / "out.PNG");  // sBIT: depths below 16 bits
         EXPECT_EQ(png.shape(), (std::array{c.width, c.height, channels, deep ? 16 : 8, deep ? format.bits % 16 : 0}));
         EXPECT_EQ(png.samples, expected);
+        // TIFF holds the same samples.
+        ASSERT_EQ(convert("out.tif").exitCode, 0);
+        const tooltest::PngPicture tiff = tooltest::readTiff(dir / "out.tif");
+        EXPECT_EQ(tiff.shape(), (std::array{c.width, c.height, channels, deep ? 16 : 8, 0}));
+        EXPECT_EQ(tiff.samples, expected);
     }
 }
 
@@ -148,10 +157,21 @@ TEST(ToolCli, BadInputIsRefusedInOneLine) {
         {c + "--format BayerRG12Pakked --size 64x48", 2, "unknown format 'BayerRG12Pakked'"},
         {c + "--format 0x02180015 --size 64x48", 2, "format 0x02180015 is not a raw input format"},
         {c + "--format BayerRG12Packed --size 64x47", 1,
-         "'in.raw' holds 4608 bytes, but a frame of BayerRG12Packed 64x47 with stride 96 takes 4512"},
-        {c + "--format BayerRG12Packed --size 64x24", 1, "(the file holds 2 frames: add --frames 2)"},
+         "'in.raw' holds 4608 bytes, not a whole number of frames of BayerRG12Packed 64x47 with stride 96 (4512 "
+         "bytes each)"},
         {rg12p + "--frames 3", 1, "takes 4608 and --frames asks for 3"},
-        {rg12p + "--stride 100", 1, "with stride 100 takes 4800"},
+        {rg12p + "--stride 100", 1, "with stride 100 (4800 bytes each)"},
+        {rg12p + "--first 1", 2, "--first 1 skips every frame: 'in.raw' holds 1"},
+        {rg12p + "-x", 2, "unknown option -x"},
+        {rg12p + "--white-balance 1:2", 2, "--white-balance is gray-world or three factors R:G:B, not '1:2'"},
+        {"convert in.raw out.raw --format BayerRG12Packed --size 64x48 --gamma srgb", 2, "raw output holds the library's"},
+        {"convert in.raw in.raw out.png --format BayerRG12Packed --size 64x48", 2, "several inputs need --out-dir"},
+        {"convert in.raw out.png --type raw --format BayerRG12Packed --size 64x48", 2,
+         "--type raw disagrees with the name 'out.png'"},
+        {"convert in.raw out-%s.png --format BayerRG12Packed --size 64x48", 2, "may hold one %d (such as %04d)"},
+        {c + "--format BayerRG8 --size 4x1152 --method edge", 1,
+         "edge-directed needs at least 6x6; the frame is 4x1152: zelDemosaicing failed: errBadImageSize (-104), the "
+         "library reports \"error line = [5661]\""},
         {rg12p + "--stride 95", 2, "stride 95 is shorter than one row of 64 BayerRG12Packed pixels (96 bytes)"},
         {c + "--format BayerRG12 --size 32x48 --stride 129", 2, "stride 129 is odd"},
         {c + "--format BayerRG12Packed --size 64by48", 2, "size must be WIDTHxHEIGHT"},
@@ -170,7 +190,7 @@ TEST(ToolCli, BadInputIsRefusedInOneLine) {
         {"convert none.raw out.png --format Mono8 --size 4x4", 1, "cannot read 'none.raw': No such file or directory"},
         {"convert . out.png --format Mono8 --size 4x4", 1, "cannot read '.': Is a directory"},
         {c + "--format BayerRG8 --size 1536x3", 1,
-         "zelDemosaicing failed: errBadImageSize (-104), the library reports \"error line = [96]\""},
+         "bilinear needs at least 4x4; the frame is 1536x3: zelDemosaicing failed: errBadImageSize (-104), the library reports \"error line = [96]\""},
         {c + "--format BayerRG8 --size 64x72 --deep", 2, "--deep needs samples of more than 8 bits"},
         {deep + "BayerRG12 --method nearest", 2, "use --deep with --method bilinear or edge"},
         {deep + "BayerGB12 --method bilinear", 2, "BayerRG mosaics only: use --method edge for BayerGB"},
@@ -185,12 +205,17 @@ TEST(ToolCli, BadInputIsRefusedInOneLine) {
         {"lsc calibrate --format BayerRG8 --size 64x48 --grey in.raw --dark in.raw --out t.lsc", 1,
          "'in.raw' holds 4608 bytes, not a whole number of frames of BayerRG8 64x48 with stride 64 (3072 bytes each)"},
         {"lsc calibrate --format BayerRG8 --size 192x24 --grey in.raw --dark in.raw --out t.lsc", 1,
-         "zelGetLSCParameter failed: errBadImageSize (-104), the library reports \"error line = [600]\""},
+         "lens-shading frames must have even sizes of at least 32x32; the frames are 192x24: zelGetLSCParameter "
+         "failed: errBadImageSize (-104), the library reports \"error line = [600]\""},
         {"lsc apply empty.lsc in.raw out.raw --format Mono14 --size 64x36", 2, "Mono14 has 14"},
         {"lsc apply short.lsc in.raw out.raw --format BayerRG8 --size 64x72", 1,
          "'short.lsc' is not a shading table: a mode 0 table of 0x0 holds 0 entries, the file 2"},
+        {"lsc calibrate --format BayerRG8 --size 64x72 --grey in.raw --dark in.raw --out t.lsc", 1,
+         "implausible calibration, no table written: the flat field is not clearly brighter than the dark frames: "
+         "grey frames average 114.4 and dark frames 114.4 (of 255); the gains range 0.000 to"},
+        {"lsc apply empty.lsc in.raw out.ppm --format BayerRG8 --size 64x72", 2, "lsc apply writes raw frames"},
         {"lsc apply empty.lsc in.raw out.raw --format BayerRG8 --size 64x72", 1,
-         "zelLSCorrection failed: errBadImageSize (-104), the library reports \"error line = [695]\""},
+         "the table fits frames of 0x0; the frame is 64x72: zelLSCorrection failed: errBadImageSize (-104), the library reports \"error line = [695]\""},
     };
     ScratchDir dir;
     tooltest::writeBytes(dir / "in.raw", sceneFrame("BayerRG12Packed"));
@@ -236,8 +261,9 @@ TEST(ToolLsc, CalibrateAndApplyMatchTheLibrary) {
         tooltest::writeBytes(dir / "dark.raw", bytesOf({d}));
         const std::string common = std::string(" --format ") + c.format + " --size 64x48";
         tooltest::Outcome run = tooltest::runTool(
-            "lsc calibrate --grey=g1.raw --grey g23.raw --dark dark.raw --out t.lsc" + common +
-                (c.mode == 1 ? " --mode pixel" : " --mode block"), dir);
+            std::string(c.mode == 1 ? "lsc calibrate --grey=g1.raw --grey g23.raw --mode pixel"
+                         : "lsc calibrate --grey g1.raw g23.raw --mode block") +
+                " --dark dark.raw --out t.lsc" + common, dir);
         ASSERT_EQ(run.exitCode, 0) << run.err;
 
         std::vector<float> grey(g1.size()), dark(d.begin(), d.end());
@@ -259,6 +285,12 @@ TEST(ToolLsc, CalibrateAndApplyMatchTheLibrary) {
             ASSERT_EQ(zelLSCorrection(&image, &image, table), 0);
         }
         EXPECT_EQ(tooltest::readBytes(dir / "out.raw"), bytesOf(frames));
+        // A picture of the corrected mosaic: grey at the input's depth.
+        ASSERT_EQ(tooltest::runTool("lsc apply t.lsc in.raw out.png --frames 2" + common, dir).exitCode, 0);
+        const tooltest::PngPicture png = tooltest::readPng(dir / "out-0001.png");
+        EXPECT_EQ(png.shape(), (std::array{kW, kH, 1, 16, 12}));
+        for (size_t i = 0; i < frames[1].size(); ++i)
+            ASSERT_EQ(png.samples[i], zelvora::widenTo16(frames[1][i], 12)) << i;
     }
 }
 
@@ -269,9 +301,12 @@ TEST(ToolCli, DemoWritesPicturesAndTable) {
     tooltest::expectMentions(run.out, {"method     input            RG       BG       GB       GR", "nearest    8-bit",
                                        "nearest    12-packed", "bilinear   12-bit", "edge       8-bit"});
     const std::vector<std::string> files = dir.list("pictures");
-    for (const char* name : {"scene.png", "rg8-nearest.png", "gr12-edge.png", "bg12p-bilinear.png", "bayer-rg12p.raw"})
+    for (const char* name : {"scene.png", "rg8-nearest.png", "gr12-edge.png", "bg12p-bilinear.png", "bayer-rg12p.raw",
+                             "compare.png", "balanced.png"})
         EXPECT_NE(std::find(files.begin(), files.end(), name), files.end()) << name;
     EXPECT_EQ(tooltest::readPng(dir / "pictures/scene.png").width, 64);
+    // Crops of 16x12 zoomed 20 times: the scene and three methods, two rows.
+    EXPECT_EQ(tooltest::readPng(dir / "pictures/compare.png").shape(), (std::array{4 + 4 * 324, 4 + 2 * 244, 3, 8, 0}));
 }
 
 TEST(ToolCli, BenchPrintsEveryLayout) {
@@ -280,4 +315,159 @@ TEST(ToolCli, BenchPrintsEveryLayout) {
     ASSERT_EQ(run.exitCode, 0) << run.err;
     tooltest::expectMentions(run.out, {"BayerRG8 input", "BayerRG12 input", "bgr8", "rgba8", "bgr8-planar", "mono8",
                                        "16-bit kernels"});
+#ifdef ZELVORA_TOOL_OPENCV
+    // Loaded at run time from the module built beside the program.
+    tooltest::expectMentions(run.out, {"cv::cvtColor on the same frames", "16-bit edge-aware, BGR16"});
+#endif
+}
+
+// Bare zelvora, help, --help, -h and the versions.
+TEST(ToolCli, CommandLineConventions) {
+    struct Case {
+        const char* line;
+        int exitCode;
+        std::string out;
+        const char* errStarts;
+    };
+    const std::string convertHelp = zelvora::commandHelp(zelvora::commandDef("convert"));
+    const std::string version = zelvora::versionText() + "\n";
+    const Case cases[] = {
+        {"", 2, "", "usage: zelvora COMMAND"},
+        {"help", 0, zelvora::usageText(), ""},
+        {"help convert", 0, convertHelp, ""},
+        {"convert --help", 0, convertHelp, ""},
+        {"convert in.raw -h", 0, convertHelp, ""},
+        {"lsc apply -h", 0, zelvora::commandHelp(zelvora::commandDef("lsc apply")), ""},
+        {"--version", 0, version, ""},
+        {"version", 0, version, ""},
+        {"help frobnicate", 2, "", "zelvora: unknown command 'frobnicate'"},
+    };
+    ScratchDir dir;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.line);
+        const Outcome run = tooltest::runTool(c.line, dir);
+        EXPECT_EQ(run.exitCode, c.exitCode);
+        EXPECT_EQ(run.out, c.out);
+        EXPECT_EQ(run.err.rfind(c.errStarts, 0), 0u) << run.err;
+    }
+    EXPECT_NE(version.find(PROJECT_VERSION), std::string::npos);
+}
+
+// The README shows every command's synopsis as the option list makes it.
+TEST(ToolCli, ReadmeSynopsesMatchTheOptionList) {
+    const auto collapse = [](const std::string& text) {
+        std::string out;
+        for (char ch : text) {
+            if (std::isspace(static_cast<unsigned char>(ch)) == 0) {
+                out += ch;
+            } else if (!out.empty() && out.back() != ' ') {
+                out += ' ';
+            }
+        }
+        return out;
+    };
+    const std::string readme = collapse(tooltest::readText(ZELVORA_README));
+    ASSERT_FALSE(readme.empty());
+    for (const zelvora::CommandDef& command : zelvora::commandDefs())
+        EXPECT_NE(readme.find(collapse(zelvora::synopsis(command))), std::string::npos) << zelvora::synopsis(command);
+    EXPECT_NE(readme.find(collapse("Smallest frames")), std::string::npos);
+}
+
+// Four-byte layouts come out opaque in PNG, whatever the library left in the
+// fourth byte; mono input makes a grey PNG.
+TEST(ToolCli, PicturesAreOpaqueAndMonoIsGrey) {
+    ScratchDir dir;
+    tooltest::writeBytes(dir / "in.raw", sceneFrame("BayerGB8"));
+    tooltest::writeBytes(dir / "mono.raw", sceneFrame("Mono12Packed"));
+    const std::pair<const char*, const char*> cases[] = {{"edge", "rgba8"}, {"edge", "bgra8"}, {"bilinear", "bgra8"}};
+    for (const auto& [method, layout] : cases) {
+        SCOPED_TRACE(std::string(method) + " " + layout);
+        const std::string common = " --format BayerGB8 --size 64x48 --method " + std::string(method);
+        ASSERT_EQ(tooltest::runTool("convert in.raw a.png --layout " + std::string(layout) + common, dir).exitCode, 0);
+        ASSERT_EQ(tooltest::runTool("convert in.raw b.png --layout rgb8" + common, dir).exitCode, 0);
+        const tooltest::PngPicture rgba = tooltest::readPng(dir / "a.png");
+        const tooltest::PngPicture rgb = tooltest::readPng(dir / "b.png");
+        ASSERT_EQ(rgba.channels, 4);
+        for (size_t i = 0; i < rgb.samples.size() / 3; ++i) {
+            ASSERT_EQ(rgba.samples[4 * i + 3], 255) << i;
+            ASSERT_EQ(rgba.samples[4 * i], rgb.samples[3 * i]) << i;
+        }
+    }
+    ASSERT_EQ(tooltest::runTool("convert mono.raw m.png --format Mono12Packed --size 64x48", dir).exitCode, 0);
+    EXPECT_EQ(tooltest::readPng(dir / "m.png").channels, 1);
+}
+
+// A conversion killed while it writes leaves no temporary file and dies of
+// the signal (status 128 + N in a shell).
+TEST(ToolCli, SignalsRemoveTheTemporaryFile) {
+    constexpr int32_t w = 4000, h = 3000;
+    ScratchDir dir;
+    Bytes frame(static_cast<size_t>(w) * h);
+    for (size_t i = 0; i < frame.size(); ++i) frame[i] = static_cast<uint8_t>((i * 2654435761u) >> 24);
+    tooltest::writeBytes(dir / "in.raw", frame);
+    for (int number : {SIGTERM, SIGINT, SIGHUP}) {
+        SCOPED_TRACE(number);
+        const pid_t pid = tooltest::spawnTool({"convert", "in.raw", "out.png", "--format", "BayerRG8", "--size",
+                                               "4000x3000"}, dir);
+        const auto temporaries = [&] {
+            std::vector<std::string> found;
+            for (const std::string& name : dir.list())
+                if (name.rfind("out.png.", 0) == 0) found.push_back(name);
+            return found;
+        };
+        for (int waited = 0; temporaries().empty() && waited < 60000; ++waited) usleep(1000);
+        ASSERT_FALSE(temporaries().empty()) << "the output never started";
+        kill(pid, number);
+        const tooltest::Finished done = tooltest::waitForTool(pid);
+        EXPECT_TRUE(WIFSIGNALED(done.status) && WTERMSIG(done.status) == number) << done.status;
+        EXPECT_EQ(temporaries(), std::vector<std::string>{});
+        EXPECT_EQ(dir.list(), (std::vector<std::string>{".stderr", ".stdout", "in.raw"}));
+    }
+}
+
+// Frames are read one at a time and pictures written a row at a time: the
+// peak resident size of converting four frames to BMP stays near one input
+// frame plus one output frame (9 + 27 MB), far from the whole file.
+TEST(ToolCli, MemoryStaysNearOneFrame) {
+    constexpr int32_t w = 3000, h = 3000;
+    ScratchDir dir;
+    Bytes frames(static_cast<size_t>(w) * h * 4);
+    for (size_t i = 0; i < frames.size(); ++i) frames[i] = static_cast<uint8_t>(i / 7);
+    tooltest::writeBytes(dir / "in.raw", frames);
+    frames = {};
+    const pid_t pid =
+        tooltest::spawnTool({"convert", "in.raw", "out.bmp", "--format", "BayerRG8", "--size", "3000x3000"}, dir);
+    const tooltest::Finished done = tooltest::waitForTool(pid);
+    ASSERT_TRUE(WIFEXITED(done.status) && WEXITSTATUS(done.status) == 0) << tooltest::readText(dir / ".stderr");
+#if defined(__SANITIZE_ADDRESS__)
+    constexpr long kLimit = 240 * 1024;  // the sanitizer's own bookkeeping on top
+#else
+    constexpr long kLimit = 90 * 1024;
+#endif
+    EXPECT_LT(done.peakKilobytes, kLimit);
+    EXPECT_EQ(tooltest::readBytes(dir / "out-0003.bmp").size(), 54u + 9000u * 3000u);
+}
+
+// Several inputs into a directory or through a pattern, frames picked with
+// --first and --count, standard input and output.
+TEST(ToolCli, SeveralInputsPatternsAndStreams) {
+    ScratchDir dir;
+    const Bytes a = sceneFrame("BayerRG8");
+    Bytes b = a;
+    std::reverse(b.begin(), b.end());
+    Bytes ab = a;
+    ab.insert(ab.end(), b.begin(), b.end());
+    tooltest::writeBytes(dir / "a.raw", a);
+    tooltest::writeBytes(dir / "ab.raw", ab);
+    const std::string common = " --format BayerRG8 --size 64x48 --method nearest";
+    ASSERT_EQ(tooltest::runTool("convert a.raw ab.raw --out-dir pics --type raw" + common, dir).exitCode, 0);
+    EXPECT_EQ(dir.list("pics"), (std::vector<std::string>{"a.raw", "ab-0000.raw", "ab-0001.raw"}));
+    ASSERT_EQ(tooltest::runTool("convert a.raw ab.raw p-%03d.raw" + common, dir).exitCode, 0);
+    EXPECT_EQ(tooltest::readBytes(dir / "p-002.raw"), tooltest::readBytes(dir / "pics/ab-0001.raw"));
+    ASSERT_EQ(tooltest::runTool("convert ab.raw one.raw --first 1 --count 1" + common, dir).exitCode, 0);
+    EXPECT_EQ(tooltest::readBytes(dir / "one.raw"), tooltest::readBytes(dir / "p-002.raw"));
+    const Outcome piped = tooltest::runTool("convert - - --type ppm" + common + " <ab.raw", dir);
+    ASSERT_EQ(piped.exitCode, 0) << piped.err;
+    EXPECT_EQ(piped.out.size(), 2 * (13 + 64 * 48 * 3u));
+    EXPECT_EQ(piped.out.substr(0, 13), "P6\n64 48\n255\n");
 }

@@ -2,6 +2,7 @@
 // scene, and the pictures and files made from the library's output.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <tuple>
@@ -51,6 +52,36 @@ TEST(ToolFormats, TableAgreesWithTheLibrary) {
         ASSERT_EQ(demosaicDataInit(&image, nullptr, &reduced, &shift), 0) << f.name;
         EXPECT_EQ(shift, f.packing == Packing::Words ? f.bits - 8 : f.packing == Packing::Packed ? -1 : 0) << f.name;
         EXPECT_EQ(reduced, inputFormatFor(f.order, 8, Packing::Bytes).code) << f.name;
+    }
+}
+
+// The input bytes zelDemosaicing touches, worked by hand for each family and
+// stride case; a frame in a buffer of exactly that many bytes converts (the
+// sanitizer build catches a byte more).
+TEST(ToolFormats, LibraryInputBytes) {
+    struct Case {
+        const char* format;
+        int32_t width;
+        int64_t stride;
+        int64_t bytes;  // of a frame 4 rows high
+    };
+    const Case cases[] = {
+        {"BayerRG8", 6, 6, 24},    {"BayerRG8", 6, 9, 33},    {"BayerRG8", 6, 5, 24},  // compacted in place
+        {"Mono12", 6, 12, 48},     {"BayerGB12", 6, 15, 54},  {"BayerGB12", 6, 8, 36},  // read past 4 strides
+        {"BayerRG12Packed", 6, 9, 36}, {"BayerRG12Packed", 5, 7, 30},                   // one run of pairs
+        {"BayerBG10Packed", 5, 9, 36}, {"BayerBG10Packed", 5, 8, 33},                   // whole pairs per row
+    };
+    for (const Case& c : cases) {
+        const InputFormat& f = findInputFormat(c.format);
+        SCOPED_TRACE(std::string(c.format) + " stride " + std::to_string(c.stride));
+        EXPECT_EQ(libraryInputBytes(f, c.width, 4, c.stride), c.bytes);
+        Bytes exact(static_cast<size_t>(c.bytes));
+        for (size_t i = 0; i < exact.size(); ++i) exact[i] = static_cast<uint8_t>(i * 37);
+        Bytes out(static_cast<size_t>(c.width) * 4 * 3);
+        Handle handle;
+        ZelImage in{4, c.width, f.code, exact.data(), static_cast<int32_t>(c.stride)};
+        ZelImage result{0, 0, 0, out.data(), 0};
+        EXPECT_EQ(zelDemosaicing(handle.get(), &in, ZEL_DEMOSAIC_NEAREST, &result), 0);
     }
 }
 
@@ -125,22 +156,26 @@ TEST(ToolScene, PsnrWorkedValues) {
 }
 
 // All six colour layouts of one frame are the same picture, whose red sample
-// at (0, 0) of an RG mosaic is the frame's first byte.
+// at (0, 0) of an RG mosaic is the frame's first byte; four-byte layouts add
+// opaque alpha whatever the library left in their fourth byte.
 TEST(ToolPicture, ColourLayoutsGiveOnePicture) {
     Bytes frame(24);
     for (size_t i = 0; i < frame.size(); ++i) frame[i] = static_cast<uint8_t>(10 * i + 3);
+    // The channel count, every sample, and the R, G, B samples.
     const auto pictureOf = [&](const OutputLayout& layout) {
         const Bytes out = tooltest::libraryOutput(frame, ZEL_PIX_BAYER_RG8, 6, 4, 6, layout.code, layout.bytesPerPixel);
-        return pictureFromLayout(out.data(), 6, 4, layout);
+        const Picture p = pictureFromLayout(out.data(), 6, 4, layout);
+        return std::tuple{p.channels, allSamples(p), p.channels == 1 ? std::vector<uint16_t>{}
+                                                                      : allSamples(withChannels(p, 3))};
     };
-    const Picture reference = pictureOf(findOutputLayout("rgb8"));
-    EXPECT_EQ(reference.samples[0], 3);
+    const auto reference = std::get<1>(pictureOf(findOutputLayout("rgb8")));
+    EXPECT_EQ(reference[0], 3);
     for (const OutputLayout& layout : outputLayouts()) {
-        const Picture p = pictureOf(layout);
-        EXPECT_EQ(p.channels, layout.code == ZEL_PIX_MONO8 ? 1 : 3) << layout.name;
-        if (p.channels == 3) {
-            EXPECT_EQ(p.samples, reference.samples) << layout.name;
-        }
+        const auto [channels, samples, rgb] = pictureOf(layout);
+        EXPECT_EQ(channels, layout.code == ZEL_PIX_MONO8 ? 1 : layout.bytesPerPixel) << layout.name;
+        if (channels == 1) continue;
+        EXPECT_EQ(rgb, reference) << layout.name;
+        for (size_t i = 3; channels == 4 && i < samples.size(); i += 4) EXPECT_EQ(samples[i], 255) << layout.name;
     }
 }
 
@@ -153,6 +188,23 @@ TEST(ToolPicture, WideningFillsTheSixteenBits) {
     for (const auto& [value, bits, wide] : cases) EXPECT_EQ(widenTo16(value, bits), wide) << value << " at " << bits;
 }
 
+// Factors, gray-world gains (means of red and blue brought to green's) and
+// the sRGB curve, clamped at the top of the depth.
+TEST(ToolPicture, WhiteBalanceAndGamma) {
+    const uint16_t rgb[] = {40, 100, 200, 60, 100, 0};  // red means half of green
+    const auto tone = [&](const char* balance, const char* gamma) {
+        const std::string b = balance, g = gamma;
+        return allSamples(toned(pictureFromSamples(rgb, 2, 1, 3, 8), parseTone(b.empty() ? nullptr : &b,
+                                                                             g.empty() ? nullptr : &g)));
+    };
+    EXPECT_EQ(tone("2:1:1.5", ""), (std::vector<uint16_t>{80, 100, 255, 120, 100, 0}));
+    EXPECT_EQ(tone("gray-world", ""), (std::vector<uint16_t>{80, 100, 200, 120, 100, 0}));
+    EXPECT_EQ(tone("", "srgb"), (std::vector<uint16_t>{110, 168, 229, 133, 168, 0}));
+    EXPECT_EQ(tone("", "2"), (std::vector<uint16_t>{101, 160, 226, 124, 160, 0}));
+    EXPECT_THROW(tone("1:2", ""), UsageError);
+    EXPECT_THROW(tone("", "-1"), UsageError);
+}
+
 // BMP: 5 pixels of 3 bytes pad to 16 bytes a row; rows bottom-up, B, G, R.
 // Grey PPM repeats each sample into R, G, B; PGM above 8 bits holds
 // big-endian pairs, clamped to the depth's maxval.
@@ -160,9 +212,9 @@ TEST(ToolWriters, FilesByHand) {
     ScratchDir dir;
     Handle handle;
     Diagnostics diagnostics;
-    Picture p{5, 4, 3, 8, {}};
-    for (uint16_t i = 0; i < 60; ++i) p.samples.push_back(i);
-    writePicture(dir / "p.bmp", p, handle, diagnostics);
+    std::vector<uint16_t> samples;
+    for (uint16_t i = 0; i < 60; ++i) samples.push_back(i);
+    writePicture(dir / "p.bmp", pictureFromSamples(samples.data(), 5, 4, 3, 8), handle, diagnostics);
     const Bytes bmp = tooltest::readBytes(dir / "p.bmp");
     ASSERT_EQ(bmp.size(), 54u + 16u * 4u);
     EXPECT_EQ(std::string(bmp.begin(), bmp.begin() + 3), "BM\x76");
@@ -170,12 +222,14 @@ TEST(ToolWriters, FilesByHand) {
     for (size_t row = 0; row < 4; ++row) {
         for (size_t x = 0; x < 16; ++x) {
             const size_t pixel = (3 - row) * 5 + x / 3;
-            EXPECT_EQ(bmp[54 + 16 * row + x], x == 15 ? 0 : p.samples[pixel * 3 + 2 - x % 3]) << row << "," << x;
+            EXPECT_EQ(bmp[54 + 16 * row + x], x == 15 ? 0 : samples[pixel * 3 + 2 - x % 3]) << row << "," << x;
         }
     }
-    writePicture(dir / "p.ppm", Picture{2, 1, 1, 8, {5, 200}}, handle, diagnostics);
+    const uint16_t grey[] = {5, 200};
+    writePicture(dir / "p.ppm", pictureFromSamples(grey, 2, 1, 1, 8), handle, diagnostics);
     EXPECT_EQ(tooltest::readText(dir / "p.ppm"), "P6\n2 1\n255\n\x05\x05\x05\xC8\xC8\xC8");
-    writePicture(dir / "p.pgm", Picture{2, 2, 1, 12, {0xABC, 1, 5000, 0x100}}, handle, diagnostics);
+    const uint16_t deep[] = {0xABC, 1, 5000, 0x100};
+    writePicture(dir / "p.pgm", pictureFromSamples(deep, 2, 2, 1, 12), handle, diagnostics);
     EXPECT_EQ(tooltest::readText(dir / "p.pgm"), std::string("P5\n2 2\n4095\n\x0A\xBC\x00\x01\x0F\xFF\x01\x00", 20));
 }
 

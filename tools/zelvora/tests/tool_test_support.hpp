@@ -5,7 +5,12 @@
 
 #include <gtest/gtest.h>
 #include <png.h>
+#include <tiffio.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -78,17 +83,51 @@ struct Outcome {
 };
 
 // Runs the built zelvora inside `dir` with the words of `line` (separated by
-// spaces, so file names are relative to the directory).
+// spaces, so file names are relative to the directory; "<file" redirects
+// standard input).
 inline Outcome runTool(const std::string& line, const ScratchDir& dir) {
     std::string command = "cd '" + (dir / "") + "' && '" ZELVORA_TOOL_BINARY "'";
     std::istringstream words(line);
-    for (std::string word; words >> word;) command += " '" + word + "'";
+    // "<file" redirects standard input.
+    for (std::string word; words >> word;) command += (word[0] == '<' ? " <'" + word.substr(1) : " '" + word) + "'";
     command += " >.stdout 2>.stderr";
     const int status = std::system(command.c_str());
     Outcome run{WIFEXITED(status) ? WEXITSTATUS(status) : -1, readText(dir / ".stdout"), readText(dir / ".stderr")};
     std::filesystem::remove(dir / ".stdout");
     std::filesystem::remove(dir / ".stderr");
     return run;
+}
+
+// Starts the built zelvora inside `dir` with `words`, standard output and
+// error going to .stdout and .stderr there, the fatal signals at their
+// defaults. The caller waits for it.
+inline pid_t spawnTool(const std::vector<std::string>& words, const ScratchDir& dir) {
+    const pid_t pid = fork();
+    if (pid != 0) return pid;
+    if (chdir((dir / "").c_str()) != 0) _exit(126);
+    dup2(open(".stdout", O_WRONLY | O_CREAT | O_TRUNC, 0644), STDOUT_FILENO);
+    dup2(open(".stderr", O_WRONLY | O_CREAT | O_TRUNC, 0644), STDERR_FILENO);
+    for (int number : {SIGTERM, SIGINT, SIGHUP}) signal(number, SIG_DFL);
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+    std::vector<char*> argv{const_cast<char*>(ZELVORA_TOOL_BINARY)};
+    for (const std::string& word : words) argv.push_back(const_cast<char*>(word.c_str()));
+    argv.push_back(nullptr);
+    execv(argv[0], argv.data());
+    _exit(127);
+}
+
+struct Finished {
+    int status;          // as waitpid reports it
+    long peakKilobytes;  // the child's peak resident size
+};
+
+inline Finished waitForTool(pid_t pid) {
+    int status = 0;
+    struct rusage usage {};
+    wait4(pid, &status, 0, &usage);
+    return {status, usage.ru_maxrss};
 }
 
 // What the library itself makes of a frame with the nearest method, in the
@@ -148,6 +187,31 @@ inline PngPicture readPng(const std::string& path) {
     png_destroy_read_struct(&png, &info, nullptr);
     if (file != nullptr) std::fclose(file);
     return picture;
+}
+
+// A TIFF's samples in the PNG reader's terms (no sBIT: significantBits 0).
+inline PngPicture readTiff(const std::string& path) {
+    PngPicture p;
+    TIFF* tiff = TIFFOpen(path.c_str(), "r");
+    if (tiff == nullptr) {
+        ADD_FAILURE() << "cannot read TIFF " << path;
+        return p;
+    }
+    uint32_t width = 0, height = 0;
+    uint16_t channels = 0, depth = 0;
+    TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &width);
+    TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &height);
+    TIFFGetField(tiff, TIFFTAG_SAMPLESPERPIXEL, &channels);
+    TIFFGetField(tiff, TIFFTAG_BITSPERSAMPLE, &depth);
+    p = {static_cast<int>(width), static_cast<int>(height), channels, depth, 0, {}};
+    Bytes row(static_cast<size_t>(TIFFScanlineSize(tiff)));
+    for (uint32_t y = 0; y < height; ++y) {
+        TIFFReadScanline(tiff, row.data(), y, 0);
+        for (size_t i = 0; i < static_cast<size_t>(width) * channels; ++i)
+            p.samples.push_back(depth == 16 ? static_cast<uint16_t>(row[2 * i] | row[2 * i + 1] << 8) : row[i]);
+    }
+    TIFFClose(tiff);
+    return p;
 }
 
 }  // namespace tooltest

@@ -1,0 +1,215 @@
+// Edge-directed row spans: the engine's green estimate and completion rules
+// (edge.hpp) on vectors of column pairs. Included once per Highway target.
+//
+// A span works through blocks of columns in two sweeps. The first computes
+// the greens of the new rows (red sites of row y, blue sites of row y+1),
+// which depend on source samples only; the second completes rows y-1 and y
+// from the old greens, the new ones and the source. The block's old and new
+// greens are kept apart on the stack, so that both sweeps read the greens of
+// neighbouring columns with plain unaligned loads; the new ones go to the
+// store between the sweeps, exactly as the scalar steps put them.
+#if defined(ZEL_DEMOSAIC_EDGE_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef ZEL_DEMOSAIC_EDGE_INL_H_
+#undef ZEL_DEMOSAIC_EDGE_INL_H_
+#else
+#define ZEL_DEMOSAIC_EDGE_INL_H_
+#endif
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "demosaic/edge.hpp"
+#include "demosaic/layout-inl.h"
+#include "hwy/highway.h"
+#include "simd/lanes-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+// Highway's one-lane scalar target gets no spans: the scalar engines serve.
+#if HWY_TARGET != HWY_SCALAR
+namespace zel::HWY_NAMESPACE {
+
+// Samples of type T two at a time (Pairs), as signed lanes: the rules floor
+// negative values and compare signed gradients.
+template <typename T>
+struct SignedPairs {
+    using P = Pairs<T>;
+    using DW = typename P::DW;
+    using DS = hn::RebindToSigned<DW>;
+    using S = Lanes<DS>;
+    using L = typename P::L;
+
+    struct Split {
+        S even;
+        S odd;
+    };
+    static HWY_INLINE Split load(const T* p) {
+        const auto s = P::load(p);
+        return {S{hn::BitCast(DS(), s.even.v)}, S{hn::BitCast(DS(), s.odd.v)}};
+    }
+    // Values already clamped to 0..maxValue.
+    static HWY_INLINE L unsign(S v) { return L{hn::BitCast(DW(), v.v)}; }
+    static HWY_INLINE RgbOf<L> unsign(const RgbOf<S>& v) { return {unsign(v.red), unsign(v.green), unsign(v.blue)}; }
+};
+
+// The greens of the red sites (y, x + 2k) and the blue sites (y+1, x+1 + 2k),
+// stored interleaved from dst (column x).
+template <typename T>
+HWY_INLINE void newGreens(const simd::EdgeRun<T>& run, int x, T* dst, typename SignedPairs<T>::S maxValue) {
+    using SP = SignedPairs<T>;
+    using S = typename SP::S;
+    const T* const* r = run.row;
+    const auto a2 = SP::load(r[2] + x - 2), b2 = SP::load(r[2] + x), c2 = SP::load(r[2] + x + 2);
+    const auto a3 = SP::load(r[3] + x - 2), b3 = SP::load(r[3] + x), c3 = SP::load(r[3] + x + 2);
+    const auto v0 = SP::load(r[0] + x), v1 = SP::load(r[1] + x), v4 = SP::load(r[4] + x), v5 = SP::load(r[5] + x);
+    const S red = clampTo(edge::greenEstimate<S>(b2.even, a2.odd, b2.odd, a2.even, c2.even, v1.even, b3.even, v0.even,
+                                                 v4.even),
+                          maxValue);
+    const S blue = clampTo(edge::greenEstimate<S>(b3.odd, b3.even, c3.even, a3.odd, c3.odd, b2.odd, v4.odd, v1.odd,
+                                                  v5.odd),
+                           maxValue);
+    hn::StoreU(SP::P::join(SP::unsign(red), SP::unsign(blue)), typename SP::P::DT(), dst);
+}
+
+// The steps x + 2k: pixels (y-1, x-1 + 2k), (y-1, x + 2k), (y, x-1 + 2k) and
+// (y, x + 2k), of the rows the pass completes. oldG and newG hold the greens
+// from column x-2 on.
+template <typename T, typename Store>
+HWY_INLINE void completeSteps(const simd::EdgeRun<T>& run, const edge::PassKind& kind, const Store& store, int x,
+                              const T* oldG, const T* newG, typename SignedPairs<T>::S maxValue) {
+    using SP = SignedPairs<T>;
+    using S = typename SP::S;
+    const T* const* r = run.row;
+    const auto oa = SP::load(oldG), ob = SP::load(oldG + 2);
+    const auto na = SP::load(newG), nb = SP::load(newG + 2);
+    const auto r0a = SP::load(r[0] + x - 2), r0b = SP::load(r[0] + x);
+    const auto r1a = SP::load(r[1] + x - 2), r1b = SP::load(r[1] + x);
+    const auto r2a = SP::load(r[2] + x - 2), r2b = SP::load(r[2] + x);
+    const auto r3a = SP::load(r[3] + x - 2), r3b = SP::load(r[3] + x);
+    using edge::difference;
+    const edge::WindowOf<S> w{{
+        {oa.even, difference(r0a.even, oa.even), na.even, difference(r2a.even, na.even)},
+        {oa.odd, difference(r1a.odd, oa.odd), na.odd, difference(r3a.odd, na.odd)},
+        {ob.even, difference(r0b.even, ob.even), nb.even, difference(r2b.even, nb.even)},
+        {ob.odd, difference(r1b.odd, ob.odd), nb.odd, difference(r3b.odd, nb.odd)},
+    }};
+    if (kind.upper)
+        store.pairs(run.upper + x - 1, SP::unsign(edge::upperBlueRule<S>(w, r1a.odd, maxValue)),
+                    SP::unsign(edge::upperGreenRule<S>(w, r1b.even, maxValue)));
+    if (kind.lower)
+        store.pairs(run.lower + x - 1, SP::unsign(edge::lowerGreenRule<S>(w, r2a.odd, maxValue)),
+                    SP::unsign(edge::lowerRedRule<S>(w, r2b.even, maxValue)));
+}
+
+// Where the pass takes each group of greens from: [0] red, [1] blue.
+struct GreenSources {
+    edge::Src from[2];
+    edge::Src to[2];
+    explicit GreenSources(const edge::PassKind& k) : from{k.oldRed, k.oldBlue}, to{k.newRed, k.newBlue} {}
+    bool plain() const {
+        using edge::Src;
+        return from[0] == Src::Store && from[1] == Src::Store && to[0] == Src::Compute && to[1] == Src::Compute;
+    }
+};
+
+// The old greens of columns x .. x + count - 1 (red sites at even offsets)
+// that the store holds; zero for groups the pass does not use.
+template <typename T>
+HWY_INLINE void readOldGreens(const simd::EdgeRun<T>& run, const GreenSources& g, int x, int count, T* dst) {
+    if (g.plain() && run.greenStep == 1 && run.greens[0] == run.greens[1]) {
+        std::memcpy(dst, run.greens[0] + x, count * sizeof(T));
+        return;
+    }
+    for (int j = 0; j < count; ++j)
+        dst[j] = g.from[j & 1] == edge::Src::Store ? run.greens[j & 1][run.greenStep * (x + j)] : T{0};
+}
+// The new greens the pass computes, into the store.
+template <typename T>
+HWY_INLINE void writeNewGreens(const simd::EdgeRun<T>& run, const GreenSources& g, int x, int count, const T* src) {
+    if (g.plain() && run.greenStep == 1 && run.greens[2] == run.greens[3]) {
+        std::memcpy(run.greens[2] + x, src, count * sizeof(T));
+        return;
+    }
+    for (int j = 0; j < count; ++j)
+        if (g.to[j & 1] == edge::Src::Compute) run.greens[2 + (j & 1)][run.greenStep * (x + j)] = src[j];
+}
+// Groups that mirror the other group of their colour (the first and last
+// rows of a frame).
+template <typename T>
+HWY_INLINE void aliasGreens(const GreenSources& g, int count, T* oldG, T* newG) {
+    if (g.plain()) return;
+    for (int j = 0; j < count; ++j) {
+        if (g.from[j & 1] == edge::Src::Alias) oldG[j] = newG[j];
+        if (g.to[j & 1] == edge::Src::Alias) newG[j] = oldG[j];
+    }
+}
+
+// Every step from x to last when there are at least as many as one vector
+// holds; the last vector of a block may overlap the one before, which then
+// computes the same values twice. Greens the pass does not compute are
+// computed all the same (every source row pointer is valid) and not used.
+template <typename T>
+HWY_FLATTEN int EdgeSpan(const simd::EdgeRun<T>& run, const edge::PassKind& kind, edge::Window& w, int x, int last) {
+    using SP = SignedPairs<T>;
+    using S = typename SP::S;
+    const int n = static_cast<int>(SP::P::count());  // steps per vector
+    if (x + 2 * (n - 1) > last) return x;
+    return static_cast<int>(withStore<T>(run.out, x, [&](const auto& store) -> ptrdiff_t {
+        // Columns per block: a few kilobytes of stack at most.
+        constexpr int kBlock = 512;
+        T oldG[2 + kBlock];
+        T newG[2 + kBlock];
+        const GreenSources g(kind);
+        const S maxValue{hn::Set(typename SP::DS(), run.maxValue)};
+        const int blockSteps = kBlock / 2 / n * n;  // at least two vectors
+        for (int left = (last - x) / 2 + 1; left > 0;) {
+            // A block of whole vectors, or all that is left; never leave
+            // fewer steps than one vector for the last block.
+            const int steps = left <= blockSteps ? left : std::min(blockSteps, left - n);
+            const int cols = 2 * steps;
+            // Entries 0 and 1 are columns x-2 and x-1, from the window.
+            oldG[0] = static_cast<T>(w.e[2].oldG), oldG[1] = static_cast<T>(w.e[3].oldG);
+            newG[0] = static_cast<T>(w.e[2].newG), newG[1] = static_cast<T>(w.e[3].newG);
+            readOldGreens(run, g, x, cols, oldG + 2);
+            for (int j = 0;; j += 2 * n) {
+                j = std::min(j, cols - 2 * n);
+                newGreens(run, x + j, newG + 2 + j, maxValue);
+                if (j == cols - 2 * n) break;
+            }
+            aliasGreens(g, cols, oldG + 2, newG + 2);
+            // The store before the pixels: a green row that shares the last
+            // output row is overwritten by its pixels, as in the scalar walk.
+            writeNewGreens(run, g, x, cols, newG + 2);
+            for (int j = 0;; j += 2 * n) {
+                j = std::min(j, cols - 2 * n);
+                completeSteps(run, kind, store, x + j, oldG + j, newG + j, maxValue);
+                if (j == cols - 2 * n) break;
+            }
+            // The window of the last step done: columns x + cols - 4 .. x + cols - 1.
+            for (int k = 0; k < 4; ++k) {
+                const int c = x + cols - 4 + k;
+                const int site = k & 1;  // red, blue, red, blue
+                edge::Entry& e = w.e[k];
+                if (g.from[site] == edge::Src::Store) {
+                    e.oldG = oldG[2 + cols - 4 + k];
+                    e.oldD = edge::difference<int>(run.row[site][c], e.oldG);
+                }
+                if (g.to[site] == edge::Src::Compute) {
+                    e.newG = newG[2 + cols - 4 + k];
+                    e.newD = edge::difference<int>(run.row[2 + site][c], e.newG);
+                }
+                edge::settleAliases(e, g.from[site], g.to[site]);
+            }
+            x += cols;
+            left -= steps;
+        }
+        return x;
+    }));
+}
+
+}  // namespace zel::HWY_NAMESPACE
+#endif  // HWY_TARGET != HWY_SCALAR
+HWY_AFTER_NAMESPACE();
+
+#endif  // include guard

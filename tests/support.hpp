@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "zelvora.h"
+
 namespace zeltest {
 
 // Runs f and returns what it printed to standard output.
@@ -32,6 +34,47 @@ inline std::vector<uint8_t> randomBytes(size_t n, uint32_t seed) {
     }
     return v;
 }
+
+// Output buffers start filled with this byte, so that a byte left unwritten
+// shows.
+inline constexpr uint8_t kCanary = 0xA5;
+
+// An output buffer of n bytes filled with kCanary, followed by guard bytes
+// that nothing may write.
+class Guarded {
+public:
+    explicit Guarded(size_t n, size_t guard = 16) : bytes_(n + guard, kCanary), n_(n) {}
+    uint8_t* data() { return bytes_.data(); }
+    // The first n bytes equal `want` and the guard bytes are intact; a
+    // failure names the first differing byte rather than printing thousands.
+    testing::AssertionResult holds(const std::vector<uint8_t>& want) const {
+        if (want.size() != n_) return testing::AssertionFailure() << "expected " << want.size() << " bytes, not " << n_;
+        for (size_t i = 0; i < bytes_.size(); ++i) {
+            const uint8_t expected = i < n_ ? want[i] : kCanary;
+            if (bytes_[i] != expected)
+                return testing::AssertionFailure() << (i < n_ ? "byte " : "guard byte ") << i << ": "
+                                                   << int(bytes_[i]) << ", expected " << int(expected);
+        }
+        return testing::AssertionSuccess();
+    }
+
+private:
+    std::vector<uint8_t> bytes_;
+    size_t n_;
+};
+
+// A handle configured for one output layout, released at the end of scope.
+struct Handle {
+    ZelHandle* h = nullptr;
+    explicit Handle(uint32_t layout) {
+        zelCreate(&h);
+        const ZelPixelType code = layout;
+        zelDemosaicSetConfig(h, &code);
+    }
+    ~Handle() { zelRelease(&h); }
+    Handle(const Handle&) = delete;
+    Handle& operator=(const Handle&) = delete;
+};
 
 // Colours of a native-order mosaic site.
 enum class Site { Red, Green, Blue };

@@ -24,56 +24,6 @@ struct Kernels {
 const Kernels kRG{rg8ToBgr8_nearest, rg8ToBgra8_nearest, rg8ToMono8_nearest, rg8ToBgr8P_nearest};
 const Kernels kGB{gb8ToBgr8_nearest, gb8ToBgra8_nearest, gb8ToMono8_nearest, gb8ToBgr8P_nearest};
 
-constexpr uint8_t kCanary = 0xC5;
-
-// (gbOrder, height, width)
-class NearestSizes : public testing::TestWithParam<std::tuple<bool, int, int>> {};
-
-TEST_P(NearestSizes, EveryLayoutMatchesThePerPixelRule) {
-    const auto [gb, h, w] = GetParam();
-    const Kernels& k = gb ? kGB : kRG;
-    const size_t n = static_cast<size_t>(h) * w;
-    const auto src = zeltest::randomBytes(n, h * 100 + w);
-    const auto ref = zeltest::nearestFrame(src.data(), h, w, gb);
-
-    for (int swap : {0, 1}) {
-        std::vector<uint8_t> bgr(n * 3 + 8, kCanary), bgra(n * 4 + 8, kCanary), mono(n + 8, kCanary);
-        ASSERT_EQ(k.bgr(src.data(), h, w, bgr.data(), swap), 0);
-        ASSERT_EQ(k.bgra(src.data(), h, w, bgra.data(), swap), 0);
-        ASSERT_EQ(k.mono(src.data(), h, w, mono.data(), swap), 0);
-        for (size_t i = 0; i < n; ++i) {
-            const Rgb& p = ref[i];
-            const int b0 = swap ? p.r : p.b, b2 = swap ? p.b : p.r;
-            ASSERT_EQ(bgr[3 * i], b0) << "pixel " << i;
-            ASSERT_EQ(bgr[3 * i + 1], p.g) << "pixel " << i;
-            ASSERT_EQ(bgr[3 * i + 2], b2) << "pixel " << i;
-            ASSERT_EQ(bgra[4 * i], b0);
-            ASSERT_EQ(bgra[4 * i + 1], p.g);
-            ASSERT_EQ(bgra[4 * i + 2], b2);
-            ASSERT_EQ(bgra[4 * i + 3], 0);
-            const uint8_t y = swap ? zeltest::luma(p, 29, 150, 77) : zeltest::luma(p, 77, 150, 29);
-            ASSERT_EQ(mono[i], y) << "pixel " << i;
-        }
-        for (int i = 0; i < 8; ++i) {
-            ASSERT_EQ(bgr[n * 3 + i], kCanary);
-            ASSERT_EQ(bgra[n * 4 + i], kCanary);
-            ASSERT_EQ(mono[n + i], kCanary);
-        }
-    }
-
-    std::vector<uint8_t> planes(n * 3 + 8, kCanary);
-    ASSERT_EQ(k.planar(src.data(), h, w, planes.data(), planes.data() + n, planes.data() + 2 * n), 0);
-    for (size_t i = 0; i < n; ++i) {
-        ASSERT_EQ(planes[i], ref[i].r);
-        ASSERT_EQ(planes[n + i], ref[i].g);
-        ASSERT_EQ(planes[2 * n + i], ref[i].b);
-    }
-    ASSERT_EQ(planes[3 * n], kCanary);
-}
-
-INSTANTIATE_TEST_SUITE_P(AllSmallFrames, NearestSizes,
-                         testing::Combine(testing::Bool(), testing::Range(4, 14), testing::Range(4, 14)));
-
 // Worked values on a 4x4 RG frame whose samples are their own indices.
 TEST(NearestWorked, RgFrameByHand) {
     uint8_t src[16];

@@ -44,15 +44,4 @@ std::vector<Rgb> bilinear(const std::vector<T>& src, int h, int w, Geometry g, b
     return out;
 }
 
-// A deterministic pseudo-random mosaic of samples below `limit`.
-template <typename T>
-std::vector<T> mosaic(int h, int w, uint32_t limit, uint32_t seed = 1) {
-    std::vector<T> v(static_cast<size_t>(h) * w);
-    for (auto& x : v) {
-        seed = seed * 1664525u + 1013904223u;
-        x = static_cast<T>((seed >> 8) % limit);
-    }
-    return v;
-}
-
 }  // namespace ref

@@ -22,18 +22,20 @@ std::string printedBy(F&& f) {
 
 inline std::string errorLine(int n) { return "error line = [" + std::to_string(n) + "]"; }
 
-// A deterministic pseudo-random byte sequence.
-inline std::vector<uint8_t> randomBytes(size_t n, uint32_t seed) {
-    std::vector<uint8_t> v(n);
+// A deterministic pseudo-random sequence of n samples below `limit`.
+template <typename T = uint8_t>
+std::vector<T> randomSamples(size_t n, uint32_t seed, uint32_t limit = 256) {
+    std::vector<T> v(n);
     uint32_t s = seed * 2654435761u + 1u;
-    for (auto& b : v) {
+    for (auto& x : v) {
         s ^= s << 13;
         s ^= s >> 17;
         s ^= s << 5;
-        b = static_cast<uint8_t>(s >> 11);
+        x = static_cast<T>((s >> 11) % limit);
     }
     return v;
 }
+inline std::vector<uint8_t> randomBytes(size_t n, uint32_t seed) { return randomSamples(n, seed); }
 
 // Output buffers start filled with this byte, so that a byte left unwritten
 // shows.

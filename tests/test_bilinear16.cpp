@@ -44,7 +44,7 @@ TEST(Bilinear16, MatchesReference) {
     for (int h = 4; h <= 16; ++h) {
         for (int w = 4; w <= 16; ++w) {
             const size_t n = static_cast<size_t>(h) * w;
-            for (const Samples& src : {ref::mosaic<uint16_t>(h, w, 65536, h * 31 + w), Samples(n, 65535)}) {
+            for (const Samples& src : {zeltest::randomSamples<uint16_t>(n, h * 31 + w, 65536), Samples(n, 65535)}) {
                 const Twice interleaved(3 * n, [&](uint16_t* d) { zelDemosaicingBilinearU16(src.data(), h, w, d); });
                 const Twice planar(
                     3 * n, [&](uint16_t* d) { zelDemosaicingBilinearU16P(src.data(), h, w, d, d + n, d + 2 * n); });
@@ -66,7 +66,7 @@ TEST(Bilinear16, PiecesWriteTheirRegionsAndOnlyOneSetsTheSwapFlag) {
     enum Piece { FirstRows, FirstCols, Body, LastRows, LastCols };
     for (int h = 2; h <= 9; ++h) {
         for (int w = 2; w <= 9; ++w) {
-            const Samples src = ref::mosaic<uint16_t>(h, w, 65536, h ^ (w << 4));
+            const Samples src = zeltest::randomSamples<uint16_t>(size_t(h) * w, h ^ (w << 4), 65536);
             const uint16_t* s = src.data();
             const size_t n = src.size();
             const uint32_t lcs = w - 1 - (w & 1), lrs = h - 1 - (h & 1);

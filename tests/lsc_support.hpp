@@ -8,20 +8,13 @@
 #include <utility>
 #include <vector>
 
+#include "support.hpp"
 #include "zelvora.h"
 
 namespace lsctest {
 
-// Runs a call with standard output captured: its status and what it printed.
-template <typename Call>
-std::pair<int32_t, std::string> captured(Call call) {
-    testing::internal::CaptureStdout();
-    const int32_t status = call();
-    return {status, testing::internal::GetCapturedStdout()};
-}
-
-// What a refusal with check number `line` prints; 0: nothing.
-inline std::string errorLine(int line) { return line == 0 ? "" : "error line = [" + std::to_string(line) + "]"; }
+using zeltest::captured;
+using zeltest::errorLine;
 
 // A table entry: gain G over 2^17 in bits 31..12, offset B in bits 11..0.
 constexpr uint32_t entry(uint32_t gain, uint32_t offset) { return gain << 12 | offset; }

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "zelvora.h"
@@ -20,7 +21,18 @@ std::string printedBy(F&& f) {
     return testing::internal::GetCapturedStdout();
 }
 
-inline std::string errorLine(int n) { return "error line = [" + std::to_string(n) + "]"; }
+// Runs a call with standard output captured: its status and what it printed.
+template <typename Call>
+std::pair<int32_t, std::string> captured(Call call) {
+    int32_t status = 0;
+    std::string printed = printedBy([&] { status = call(); });
+    return {status, printed};
+}
+
+// What a refusal with check number n prints; 0: nothing.
+inline std::string errorLine(int n) { return n == 0 ? "" : "error line = [" + std::to_string(n) + "]"; }
+// What captured() gives for a call that returns `status` after check n.
+inline std::pair<int32_t, std::string> outcome(int32_t status, int n) { return {status, errorLine(n)}; }
 
 // A deterministic pseudo-random sequence of n samples below `limit`.
 template <typename T = uint8_t>

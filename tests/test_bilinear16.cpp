@@ -154,15 +154,14 @@ TEST(Bilinear16, RefusalsInOrder) {
         Samples dst(3 * 64, 7);
         uint16_t* d = dst.data();
         const uint16_t* s = c.nulls & 1 ? nullptr : src.data();
-        int32_t status = 0;
-        const std::string printed = zeltest::printedBy([&] {
-            status = c.planes
-                         ? zelDemosaicingBilinearU16P(s, c.h, c.w, c.nulls & 2 ? nullptr : d,
-                                                      c.nulls & 4 ? nullptr : d + 64, c.nulls & 8 ? nullptr : d + 128)
-                         : zelDemosaicingBilinearU16(s, c.h, c.w, c.nulls & 2 ? nullptr : d);
-        });
-        EXPECT_EQ(printed, zeltest::errorLine(c.line)) << c.h << "x" << c.w << " nulls " << c.nulls;
-        EXPECT_EQ(status, c.status);
+        EXPECT_EQ(zeltest::captured([&] {
+                      return c.planes ? zelDemosaicingBilinearU16P(s, c.h, c.w, c.nulls & 2 ? nullptr : d,
+                                                                   c.nulls & 4 ? nullptr : d + 64,
+                                                                   c.nulls & 8 ? nullptr : d + 128)
+                                      : zelDemosaicingBilinearU16(s, c.h, c.w, c.nulls & 2 ? nullptr : d);
+                  }),
+                  zeltest::outcome(c.status, c.line))
+            << c.h << "x" << c.w << " nulls " << c.nulls;
         EXPECT_EQ(dst, Samples(3 * 64, 7));
     }
 }

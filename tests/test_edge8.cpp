@@ -206,9 +206,7 @@ const Refusal kRefusals[] = {{&kRG, Kind::Three, 5661}, {&kGB, Kind::Three, 5606
 
 // A call that must refuse the frame: the driver's number printed once, -104.
 void expectRefused(const std::function<int32_t()>& call, int number) {
-    int32_t status = 0;
-    EXPECT_EQ(zeltest::printedBy([&] { status = call(); }), zeltest::errorLine(number));
-    EXPECT_EQ(status, errBadImageSize);
+    EXPECT_EQ(zeltest::captured(call), zeltest::outcome(errBadImageSize, number));
 }
 
 TEST(EdgeRefusal, SmallFramesPrintTheDriversNumberAlsoThroughTheEntry) {

@@ -36,7 +36,7 @@ struct EntryTest : testing::Test {
         ZelImage before = o ? *o : ZelImage{};
         int32_t got = 0;
         const std::string printed = printedBy([&] { got = zelDemosaicing(h, in, ZEL_DEMOSAIC_NEAREST, o); });
-        EXPECT_EQ(printed, line ? errorLine(line) : "");
+        EXPECT_EQ(printed, errorLine(line));
         EXPECT_EQ(got, status);
         if (o) {
             EXPECT_EQ(0, std::memcmp(&before, o, sizeof before));

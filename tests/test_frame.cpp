@@ -7,7 +7,6 @@
 #include "zelvora.h"
 
 using zeltest::errorLine;
-using zeltest::printedBy;
 
 namespace {
 
@@ -59,9 +58,7 @@ TEST(BmpAdjustChecks, RefusalsInOrder) {
         {&handle, &shortImage, 16, errBadImageSize},  {&handle, &narrow, 16, errBadImageSize},
     };
     for (const auto& c : cases) {
-        int32_t status = 0;
-        EXPECT_EQ(printedBy([&] { status = zelBMPAdjust(c.h, c.image); }), errorLine(c.line));
-        EXPECT_EQ(status, c.status);
+        EXPECT_EQ(zeltest::captured([&] { return zelBMPAdjust(c.h, c.image); }), zeltest::outcome(c.status, c.line));
     }
     EXPECT_EQ(byte, 0);
 }

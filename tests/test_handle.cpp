@@ -8,7 +8,6 @@
 #include "zelvora.h"
 
 using zeltest::errorLine;
-using zeltest::printedBy;
 
 namespace {
 
@@ -50,9 +49,8 @@ TEST_F(HandleTest, RefusesOtherCodesAndKeepsTheFormat) {
     const ZelPixelType rgba = ZEL_PIX_RGBA8;
     ASSERT_EQ(zelDemosaicSetConfig(handle, &rgba), ZEL_OK);
     for (ZelPixelType code : {0x0108000Bull, 0x01100007ull, 0x0000000102180015ull, 0ull}) {
-        int32_t status = 0;
-        EXPECT_EQ(printedBy([&] { status = zelDemosaicSetConfig(handle, &code); }), errorLine(74));
-        EXPECT_EQ(status, errUnsupportedOutput);
+        EXPECT_EQ(zeltest::captured([&] { return zelDemosaicSetConfig(handle, &code); }),
+                  zeltest::outcome(errUnsupportedOutput, 74));
         EXPECT_EQ(handle->outputFormat, rgba);
     }
 }
@@ -71,9 +69,7 @@ TEST_F(HandleTest, NullArgumentsAreRefusedWithTheirNumbers) {
         {70, [&] { return zelDemosaicSetConfig(handle, nullptr); }},
     };
     for (const auto& c : cases) {
-        int32_t status = 0;
-        EXPECT_EQ(printedBy([&] { status = c.call(); }), errorLine(c.line));
-        EXPECT_EQ(status, errInvalidParameter) << c.line;
+        EXPECT_EQ(zeltest::captured(c.call), zeltest::outcome(errInvalidParameter, c.line));
     }
 }
 

@@ -84,11 +84,8 @@ TEST(Rows, Refusals) {
         SCOPED_TRACE(c.what);
         Handle h(ZEL_PIX_BGRA8);
         ZelImage outRecord{0, 0, 0, out.data(), 0};
-        int32_t status = 0;
-        const std::string printed =
-            printedBy([&] { status = zelDemosaicingRows(h.h, &c.in, 2, &outRecord, c.first, c.count); });
-        EXPECT_EQ(status, c.status);
-        EXPECT_EQ(printed, c.number ? errorLine(c.number) : "");
+        EXPECT_EQ(zeltest::captured([&] { return zelDemosaicingRows(h.h, &c.in, 2, &outRecord, c.first, c.count); }),
+                  zeltest::outcome(c.status, c.number));
         EXPECT_EQ(outRecord.height, 0);
         EXPECT_TRUE(std::all_of(out.begin(), out.end(), [](uint8_t b) { return b == kCanary; }));
     }

@@ -85,6 +85,22 @@ public:
         return {};
     }
 
+    // Byte 3 of the four-byte 8-bit layouts: `fill` (the caller's byte, never
+    // written) except where the carried green row, the buffer's last `width`
+    // bytes, overlaps it: entry c holds the green of column c's site in the
+    // last row of that site's colour.
+    std::vector<uint8_t> fourthBytes(uint8_t fill) const {
+        std::vector<uint8_t> out(static_cast<size_t>(h_) * w_, fill);
+        const bool lastRowRed = ((h_ - 1) & 1) == geo_.redRow;
+        for (int c = 0; c < w_; ++c) {
+            const int entry = 4 * c + 3 - 3 * w_;
+            if (entry < 0) continue;
+            const bool redSite = (entry & 1) == geo_.redCol;
+            out[static_cast<size_t>(h_ - 1) * w_ + c] = uint8_t(green(redSite == lastRowRed ? h_ - 1 : h_ - 2, entry));
+        }
+        return out;
+    }
+
     std::vector<Rgb> frame() const {
         std::vector<Rgb> out;
         for (int r = 0; r < h_; ++r)

@@ -102,22 +102,6 @@ int32_t demosaic(uint32_t code, uint32_t output, Bytes& raw, int h, int w, int s
     return status;
 }
 
-// Byte 3 of four-byte output: the caller's byte everywhere except where the
-// carried green row (the last `width` bytes of the buffer) overlaps it. That
-// row ends holding, at entry c, the green of column c's site in the last row
-// of that site's colour.
-Bytes expectedAlpha(const Reference& ref, int h, int w, const Geometry& g) {
-    Bytes alpha(static_cast<size_t>(h) * w, kAlphaFill);
-    const bool lastRowRed = ((h - 1) & 1) == g.redRow;
-    for (int c = 0; c < w; ++c) {
-        const int entry = 4 * c + 3 - 3 * w;
-        if (entry < 0) continue;
-        const bool redSite = (entry & 1) == g.redCol;
-        alpha[static_cast<size_t>(h - 1) * w + c] = uint8_t(ref.green(redSite == lastRowRed ? h - 1 : h - 2, entry));
-    }
-    return alpha;
-}
-
 // Every driver of the frame's native phase, with either flag, against the
 // reference; output buffers and green rows start with stale content.
 // (zelDemosaicing's cells are checked by the frame suite.)
@@ -126,7 +110,7 @@ void checkDrivers(const Order& order, int h, int w) {
     const std::vector<int> mosaic = edgeref::noisyMosaic(h, w, 255, h * 100 + w);
     const Reference ref(mosaic, h, w, order.geometry, 255);
     const std::vector<Rgb> px = ref.frame();
-    const Bytes alpha = expectedAlpha(ref, h, w, order.geometry);
+    const Bytes alpha = ref.fourthBytes(kAlphaFill);
     const Bytes src(mosaic.begin(), mosaic.end());
     for (Kind kind : {Kind::Three, Kind::Four, Kind::Planes, Kind::Mono})
         for (bool swapped : {false, true}) {

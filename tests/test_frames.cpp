@@ -141,23 +141,11 @@ std::vector<Rgb> expectedPixels(const Family& f, int method, const Bytes& v8, in
     return px;
 }
 
-// Byte 3 of four-byte output. Edge-directed output of Bayer input keeps the
-// caller's byte, except where the carried green row (the buffer's last
-// `width` bytes) overlaps it: entry c holds the green of column c's site in
-// the last row of that site's colour. Everything else writes 0.
+// Byte 3 of four-byte output: 0, or for edge-directed output of Bayer input
+// the caller's byte with the carried greens (Reference::fourthBytes).
 Bytes expectedAlpha(const Family& f, int method, const Bytes& v8, int h, int w) {
     if (f.order == 'M' || method != ZEL_DEMOSAIC_EDGE) return Bytes(v8.size(), 0);
-    Bytes alpha(v8.size(), kCanary);
-    const edgeref::Geometry g = geometryOf(f);
-    const edgeref::Reference ref(std::vector<int>(v8.begin(), v8.end()), h, w, g, 255);
-    const bool lastRowRed = ((h - 1) & 1) == g.redRow;
-    for (int c = 0; c < w; ++c) {
-        const int entry = 4 * c + 3 - 3 * w;
-        if (entry < 0) continue;
-        const bool redSite = (entry & 1) == g.redCol;
-        alpha[static_cast<size_t>(h - 1) * w + c] = uint8_t(ref.green(redSite == lastRowRed ? h - 1 : h - 2, entry));
-    }
-    return alpha;
+    return edgeref::Reference(std::vector<int>(v8.begin(), v8.end()), h, w, geometryOf(f), 255).fourthBytes(kCanary);
 }
 
 // The bytes of `layout`. Mono output weighs the true red 77, except that

@@ -6,8 +6,6 @@
 // bytes of its rows that the whole frame has, nothing else, and leave its
 // input as it was.
 //
-// The band check is built when the header declares the row-band entry.
-//
 // Input: two FrameDesc, a BandDesc, then the bytes
 // the input buffers are filled with.
 #include <cstdint>
@@ -60,7 +58,6 @@ int bytesPerPixel(uint64_t layout) {
     std::abort();
 }
 
-#if ZELVORA_FUZZ_BANDS
 struct Frame {
     const ZelImage& input;  // its data untouched by any call
     size_t inputBytes;
@@ -112,7 +109,6 @@ void checkBand(ZelHandle* handle, const Frame& f, const BandDesc& band) {
             broken("a band left a byte of its rows unwritten");
     }
 }
-#endif
 
 void runFrame(ZelHandle* handle, const FrameDesc& d, const BandDesc& band, Reader& in) {
     const uint32_t code = d.codePick < 248 ? zelfuzz::kInputCodes[d.codePick % zelfuzz::kInputCodeCount].code
@@ -162,7 +158,7 @@ void runFrame(ZelHandle* handle, const FrameDesc& d, const BandDesc& band, Reade
     Buffer output(accepted ? static_cast<size_t>(int64_t{h} * w * bpp) : 0);
     std::memset(output.data(), 0, output.size);
     // The whole-frame call may pack 8-bit rows in place; bands start from this copy.
-    const bool bands = ZELVORA_FUZZ_BANDS && (band.enable & 1) && accepted && d.nulls < 252;
+    const bool bands = (band.enable & 1) && accepted && d.nulls < 252;
     Buffer pristine(bands ? input.size : 0);
     if (bands) std::memcpy(pristine.data(), input.data(), input.size);
 
@@ -186,13 +182,11 @@ void runFrame(ZelHandle* handle, const FrameDesc& d, const BandDesc& band, Reade
     } else if (dst.height != before.height || dst.width != before.width || dst.pixelFormat != before.pixelFormat) {
         broken("a failed call changed the output record");
     }
-#if ZELVORA_FUZZ_BANDS
     if (bands) {
         ZelImage untouched = src;
         untouched.data = pristine.data();
         checkBand(handle, {untouched, pristine.size, method, row, output, status}, band);
     }
-#endif
 }
 
 }  // namespace

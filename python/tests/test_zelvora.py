@@ -1,8 +1,6 @@
 import ctypes
 import re
 import struct
-import threading
-import time
 
 import numpy as np
 import pytest
@@ -159,30 +157,6 @@ def test_lsc_round_trip(capi, rng, mode, fmt, dtype, depth):
     assert corrected.dtype == dtype and corrected.tobytes() == capi.lsc_correct(table.bytes(), frame,
                                                                               zelvora.formats()[fmt])
     assert corrected[1::2].std() < frame[1::2].std() / 2
-
-
-def test_gil_released_while_computing(rng):
-    """Two threads call at once: the main thread's small calls keep finishing
-    while the other thread is inside one long call."""
-    big = rng.integers(0, 4096, (2048, 3072), np.uint16)
-    started, done = threading.Event(), threading.Event()
-
-    def long_call():
-        started.set()
-        zelvora.demosaic(big, 3072, 2048, "BayerRG12", "edge", "rgb8-planar")
-        done.set()
-
-    worker = threading.Thread(target=long_call)
-    worker.start()
-    started.wait()
-    small, finished = bytes(64 * 64), []
-    while not done.is_set():
-        zelvora.demosaic(small, 64, 64, "BayerRG8")
-        finished.append(time.perf_counter())
-    worker.join()
-    assert len(finished) > 2
-    gaps = np.diff(finished)
-    assert gaps.max() < 0.5 * (finished[-1] - finished[0])
 
 
 def test_formats_and_version():

@@ -63,7 +63,6 @@ FAULTS = [
     ("vector-alpha", "src/demosaic/layout-inl.h", "hn::Zero(d), d, p);", "green, d, p);"),
     ("vector-swap", "src/demosaic/layout-inl.h", "const VT first = Swap ? red : blue;", "const VT first = blue;"),
     ("vector-luma-rounding", "src/demosaic/layout-inl.h", "P::splat(128)", "P::splat(127)"),
-    ("vector-luma-overflow", "src/demosaic/layout-inl.h", "weightSum * 255 + 128", "weightSum * 0 + 128"),
     ("vector-planes", "src/demosaic/layout-inl.h", "hn::StoreU(blue, d, this->blue + i);",
      "hn::StoreU(red, d, this->blue + i);"),
     ("vector-last-step-parity", "src/simd/lanes-inl.h", "last -= (last - c) & 1;", "last -= 0;"),

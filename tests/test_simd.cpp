@@ -54,7 +54,7 @@ const uint16_t* u16(const uint8_t* p) { return reinterpret_cast<const uint16_t*>
 uint16_t* u16(uint8_t* p) { return reinterpret_cast<uint16_t*>(p); }
 
 const uint32_t kStandardWeights[3] = {77, 150, 29};
-const uint32_t kWideWeights[3] = {300, 70000, 5};  // overflow 16-bit lanes: scalar only
+const uint32_t kWideWeights[3] = {300, 70000, 5};  // sums beyond 16 bits: the byte kept is the same
 
 std::vector<Kernel> kernels() {
     using F = int32_t (*)(const uint8_t*, int32_t, int32_t, uint8_t*, int32_t);

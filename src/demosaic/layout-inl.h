@@ -92,9 +92,10 @@ struct VectorStore {
 };
 
 // Calls f(store) with the store of out's kind and returns its result, or
-// returns `unhandled` for a kind that has no vector store for T: luma of
-// 16-bit samples, and luma whose weights would overflow 16-bit lanes (the
-// scalar writer sums in 32 bits).
+// returns `unhandled` for a kind that has no vector store for T (luma of
+// 16-bit samples). Luma of 8-bit samples takes any weights: its byte is bits
+// 8 to 15 of the sum, which 16-bit lanes hold exactly even where the scalar
+// writer's 32-bit sum goes beyond them.
 template <typename T, typename F>
 HWY_INLINE ptrdiff_t withStore(const VectorOut& out, ptrdiff_t unhandled, F&& f) {
     using Kind = VectorOut::Kind;
@@ -107,10 +108,7 @@ HWY_INLINE ptrdiff_t withStore(const VectorOut& out, ptrdiff_t unhandled, F&& f)
             return out.swapRB ? f(VectorStore<T, Kind::FourKeep, true>(out)) : f(VectorStore<T, Kind::FourKeep>(out));
         case Kind::Planes: return f(VectorStore<T, Kind::Planes>(out));
         case Kind::Luma:
-            if constexpr (sizeof(T) == 1) {
-                const uint64_t weightSum = uint64_t{out.weights[0]} + out.weights[1] + out.weights[2];
-                if (weightSum * 255 + 128 <= 0xFFFF) return f(VectorStore<T, Kind::Luma>(out));
-            }
+            if constexpr (sizeof(T) == 1) return f(VectorStore<T, Kind::Luma>(out));
             return unhandled;
         default: return unhandled;
     }

@@ -1,11 +1,14 @@
-// zelDemosaicing's refusals with their statuses and printed numbers, and the
-// deliberate behaviours of the entry: unknown methods, in-place compaction,
-// the scratch kept across frames.
+// zelDemosaicing and zelDemosaicingRows beyond what the frame suite checks:
+// every refusal of either entry with its status and printed number, the
+// deliberate behaviours (unknown methods, in-place compaction, the scratch
+// kept across frames), and bands on several threads and handles at once.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <climits>
 #include <cstring>
 #include <string>
-#include <tuple>
+#include <thread>
 #include <vector>
 
 #include "support.hpp"
@@ -13,163 +16,187 @@
 
 namespace {
 
-using zeltest::errorLine;
-using zeltest::printedBy;
+using zeltest::Handle;
+using zeltest::kCanary;
 
-constexpr uint8_t kCanary = 0x5A;
+enum Entries { kWhole = 1, kBands = 2, kBoth = 3 };
 
-// ---------------------------------------------------------------- refusals
-
-struct EntryTest : testing::Test {
-    ZelHandle* handle = nullptr;
-    std::vector<uint8_t> raw = std::vector<uint8_t>(64 * 64 * 2, 100);
-    std::vector<uint8_t> out = std::vector<uint8_t>(64 * 64 * 4, kCanary);
-    void SetUp() override { ASSERT_EQ(zelCreate(&handle), ZEL_OK); }
-    void TearDown() override { zelRelease(&handle); }
-
-    ZelImage input(int h, int w, int stride, uint32_t code = ZEL_PIX_BAYER_RG8) {
-        return ZelImage{h, w, code, raw.data(), stride};
-    }
-    // Runs the entry and checks what it printed and that the output record and
-    // buffer were left alone.
-    void expectRefused(ZelHandle* h, const ZelImage* in, ZelImage* o, int line, int32_t status) {
-        ZelImage before = o ? *o : ZelImage{};
-        int32_t got = 0;
-        const std::string printed = printedBy([&] { got = zelDemosaicing(h, in, ZEL_DEMOSAIC_NEAREST, o); });
-        EXPECT_EQ(printed, errorLine(line));
-        EXPECT_EQ(got, status);
-        if (o) {
-            EXPECT_EQ(0, std::memcmp(&before, o, sizeof before));
-        }
-        for (uint8_t b : out) ASSERT_EQ(b, kCanary);
-    }
+struct Refusal {
+    const char* what;
+    Entries entries;
+    ZelImage in;  // data: 0 null, otherwise the test's buffer
+    int nulls;    // 1 handle, 2 input record, 4 output record, 8 output data
+    int32_t first, count, method;
+    uint64_t layout;  // written into the handle without the configuration call
+    int32_t status;
+    int number;  // 0: nothing printed
 };
 
-TEST_F(EntryTest, RecordChecksInOrder) {
-    ZelImage in = input(8, 8, 8);
-    ZelImage o{1, 2, 3, out.data(), 4};
-    ZelImage noOut{1, 2, 3, nullptr, 4};
-    ZelImage noIn{8, 8, ZEL_PIX_BAYER_RG8, nullptr, 8};
-    expectRefused(nullptr, &in, &o, 94, errInvalidParameter);
-    expectRefused(handle, nullptr, &o, 94, errInvalidParameter);
-    expectRefused(handle, &in, nullptr, 94, errInvalidParameter);
-    expectRefused(handle, &noIn, &o, 95, errInvalidParameter);
-    expectRefused(handle, &in, &noOut, 95, errInvalidParameter);
-    expectRefused(handle, &noIn, &noOut, 95, errInvalidParameter);
-}
+constexpr uint32_t kRG8 = ZEL_PIX_BAYER_RG8;
+constexpr uint64_t kBGR = ZEL_PIX_BGR8;
+const ZelImage kGood{8, 8, ZEL_PIX_BAYER_RG12, reinterpret_cast<uint8_t*>(1), 16};
 
-TEST_F(EntryTest, SizeChecks) {
-    ZelImage o{1, 2, 3, out.data(), 4};
-    const std::tuple<int, int, int> tooSmall[] = {{3, 8, 8}, {8, 3, 8}, {8, 8, 3}, {0, 0, 0}, {-5, 8, 8}};
-    for (const auto& [h, w, stride] : tooSmall) {
-        ZelImage in = input(h, w, stride);
-        expectRefused(handle, &in, &o, 96, errBadImageSize);
-    }
-    // A bad code with a bad size reports the size.
-    ZelImage both = input(3, 8, 8, 0x02180015);
-    expectRefused(handle, &both, &o, 96, errBadImageSize);
-    // 65536 x 32768 is 2^31 pixels; 65536 x 65537 wraps to a small positive
-    // 32-bit product and is refused all the same.
-    ZelImage overflow = input(65536, 32768, 32768);
-    expectRefused(handle, &overflow, &o, 104, errBadImageSize);
-    ZelImage wraps = input(65536, 65537, 65537);
-    expectRefused(handle, &wraps, &o, 104, errBadImageSize);
-    EXPECT_EQ(handle->scratch.data, nullptr);
-}
-
-TEST_F(EntryTest, UnsupportedInputLeavesTheScratchAlone) {
-    ZelImage o{1, 2, 3, out.data(), 4};
-    for (uint32_t code : {0x02180015u, 0x02180021u, 0x01100111u}) {
-        ZelImage in = input(8, 8, 8, code);
-        expectRefused(handle, &in, &o, 110, errUnsupportedInput);
-    }
-    EXPECT_EQ(handle->scratch.data, nullptr);
-    EXPECT_EQ(handle->scratch.capacity, 0);
-}
-
-// A deep frame whose reduced copy and green row would not fit a signed 32-bit
-// allocation is refused before anything is allocated or read.
-TEST_F(EntryTest, ScratchBeyondThirtyTwoBitsIsRefused) {
-    ZelImage o{1, 2, 3, out.data(), 4};
-    ZelImage in = input(4, 500000000, 1000000000, ZEL_PIX_MONO16);
-    expectRefused(handle, &in, &o, 119, errNoMemory);
-    EXPECT_EQ(handle->scratch.data, nullptr);
-}
-
-TEST_F(EntryTest, UnknownOutputFormatInTheHandleIsPassedOnSilently) {
-    handle->outputFormat = 0x0000000102180015ull;  // written without the configuration call
-    ZelImage o{1, 2, 3, out.data(), 4};
-    ZelImage bayer = input(8, 8, 8);
-    expectRefused(handle, &bayer, &o, 0, errUnsupportedOutput);
-    ZelImage mono = input(8, 8, 8, ZEL_PIX_MONO8);
-    expectRefused(handle, &mono, &o, 0, errUnsupportedOutput);
+// Nothing is written and the output record stays as it was; the checks of
+// the records, sizes and band come before any scratch is allocated.
+TEST(Entries, RefusalsInOrder) {
+    const Refusal cases[] = {
+        {"null handle", kBoth, kGood, 1, 0, 8, 0, kBGR, errInvalidParameter, 94},
+        {"null input", kBoth, kGood, 2, 0, 8, 0, kBGR, errInvalidParameter, 94},
+        {"null output", kBoth, kGood, 4, 0, 8, 0, kBGR, errInvalidParameter, 94},
+        {"null input data", kBoth, {8, 8, kRG8, nullptr, 8}, 0, 0, 8, 0, kBGR, errInvalidParameter, 95},
+        {"null output data", kBoth, kGood, 8, 0, 8, 0, kBGR, errInvalidParameter, 95},
+        {"height 3", kBoth, {3, 8, kRG8, kGood.data, 8}, 0, 0, 3, 0, kBGR, errBadImageSize, 96},
+        {"width 3", kBoth, {8, 3, kRG8, kGood.data, 8}, 0, 0, 8, 0, kBGR, errBadImageSize, 96},
+        {"stride 3", kBoth, {8, 8, kRG8, kGood.data, 3}, 0, 0, 8, 0, kBGR, errBadImageSize, 96},
+        {"negative height", kBoth, {-5, 8, kRG8, kGood.data, 8}, 0, 0, 8, 0, kBGR, errBadImageSize, 96},
+        {"size before code", kBoth, {3, 8, ZEL_PIX_BGR8, kGood.data, 8}, 0, 0, 3, 0, kBGR, errBadImageSize, 96},
+        // 2^31 pixels; 65536 x 65537 wraps to a small positive 32-bit product
+        {"pixel count", kBoth, {65536, 32768, kRG8, kGood.data, 32768}, 0, 0, 1, 0, kBGR, errBadImageSize, 104},
+        {"wrapping count", kBoth, {65536, 65537, kRG8, kGood.data, 65537}, 0, 0, 1, 0, kBGR, errBadImageSize, 104},
+        {"output code", kBoth, {8, 8, ZEL_PIX_BGR8, kGood.data, 24}, 0, 0, 8, 0, kBGR, errUnsupportedInput, 110},
+        {"planar code", kBoth, {8, 8, ZEL_PIX_RGB8_PLANAR, kGood.data, 8}, 0, 0, 8, 0, kBGR, errUnsupportedInput, 110},
+        {"14-bit Bayer", kBoth, {8, 8, 0x01100111, kGood.data, 16}, 0, 0, 8, 0, kBGR, errUnsupportedInput, 110},
+        // a reduced frame beyond a signed 32-bit allocation, refused before it is read
+        {"scratch", kBoth, {4, 500000000, ZEL_PIX_MONO16, kGood.data, 1000000000}, 0, 0, 4, 0, kBGR, errNoMemory, 119},
+        // an output format the handle holds but the dispatch does not know: no message
+        {"unknown layout", kBoth, kGood, 0, 0, 8, 0, 0x0000000102180015ull, errUnsupportedOutput, 0},
+        {"unknown layout, mono", kBoth, {8, 8, ZEL_PIX_MONO8, kGood.data, 8}, 0, 0, 8, 1, 0x12345,
+         errUnsupportedOutput, 0},
+        {"8-bit stride short", kBands, {8, 8, kRG8, kGood.data, 7}, 0, 0, 8, 0, kBGR, errBadImageSize, 131},
+        {"16-bit stride short", kBands, {8, 8, ZEL_PIX_MONO10, kGood.data, 15}, 0, 0, 8, 0, kBGR, errBadImageSize, 131},
+        {"packed stride short", kBands, {8, 9, ZEL_PIX_BAYER_GB12_PACKED, kGood.data, 12}, 0, 0, 8, 0, kBGR,
+         errBadImageSize, 131},
+        {"negative first row", kBands, kGood, 0, -1, 2, 0, kBGR, errInvalidParameter, 133},
+        {"zero rows", kBands, kGood, 0, 0, 0, 0, kBGR, errInvalidParameter, 133},
+        {"negative count", kBands, kGood, 0, 2, -1, 0, kBGR, errInvalidParameter, 133},
+        {"past the last row", kBands, kGood, 0, 7, 2, 0, kBGR, errInvalidParameter, 133},
+        {"first row past the frame", kBands, kGood, 0, 8, 1, 0, kBGR, errInvalidParameter, 133},
+        {"count overflowing", kBands, kGood, 0, 1, INT32_MAX, 0, kBGR, errInvalidParameter, 133},
+        {"edge-directed below 6 rows", kBoth, {5, 8, ZEL_PIX_BAYER_GB8, kGood.data, 8}, 0, 0, 5, 2, ZEL_PIX_BGRA8,
+         errBadImageSize, 7493},
+    };
+    std::vector<uint8_t> data(64 * 64 * 4, 100), out(64 * 64 * 4, kCanary);
+    for (const Refusal& c : cases)
+        for (Entries entry : {kWhole, kBands}) {
+            if ((c.entries & entry) == 0) continue;
+            SCOPED_TRACE(std::string(c.what) + (entry == kWhole ? ", whole frame" : ", band"));
+            Handle h(ZEL_PIX_BGR8);
+            h.h->outputFormat = c.layout;
+            ZelImage in = c.in;
+            if (in.data != nullptr) in.data = data.data();
+            const ZelImage before{11, 12, 13, c.nulls & 8 ? nullptr : out.data(), 14};
+            ZelImage record = before;
+            ZelHandle* handle = c.nulls & 1 ? nullptr : h.h;
+            const ZelImage* input = c.nulls & 2 ? nullptr : &in;
+            ZelImage* output = c.nulls & 4 ? nullptr : &record;
+            EXPECT_EQ(zeltest::captured([&] {
+                          return entry == kWhole ? zelDemosaicing(handle, input, c.method, output)
+                                                 : zelDemosaicingRows(handle, input, c.method, output, c.first, c.count);
+                      }),
+                      zeltest::outcome(c.status, c.number));
+            EXPECT_TRUE(record.height == 11 && record.width == 12 && record.pixelFormat == 13 && record.stride == 14);
+            EXPECT_TRUE(std::all_of(out.begin(), out.end(), [](uint8_t b) { return b == kCanary; }));
+            if (c.number != 0 && c.number < 1000) {
+                EXPECT_EQ(h.h->scratch.data, nullptr);
+            }
+        }
 }
 
 // A method outside 0..2 succeeds without writing a pixel; the record is still
 // filled as for a real frame.
-TEST_F(EntryTest, UnknownMethodSucceedsWithoutWriting) {
-    for (int32_t method : {3, -1, 1000}) {
-        ZelImage in = input(8, 10, 10);
-        ZelImage o{0, 0, 0, out.data(), 77};
-        std::string printed = printedBy([&] { EXPECT_EQ(zelDemosaicing(handle, &in, method, &o), ZEL_OK); });
-        EXPECT_EQ(printed, "");
-        EXPECT_EQ(o.height, 8);
-        EXPECT_EQ(o.width, 10);
-        EXPECT_EQ(o.pixelFormat, static_cast<uint32_t>(ZEL_PIX_BGR8));
-        EXPECT_EQ(o.stride, 77);
-        for (uint8_t b : out) ASSERT_EQ(b, kCanary);
+TEST(Entries, UnknownMethodSucceedsWithoutWriting) {
+    std::vector<uint8_t> data(80, 100), out(64 * 64, kCanary);
+    for (int32_t method : {3, -1, 1000})
+        for (Entries entry : {kWhole, kBands}) {
+            const ZelImage in{8, 10, kRG8, data.data(), 10};
+            ZelImage o{0, 0, 0, out.data(), 77};
+            Handle h(ZEL_PIX_BGR8);
+            EXPECT_EQ(zeltest::captured([&] {
+                          return entry == kWhole ? zelDemosaicing(h.h, &in, method, &o)
+                                                 : zelDemosaicingRows(h.h, &in, method, &o, 2, 3);
+                      }),
+                      zeltest::outcome(ZEL_OK, 0));
+            EXPECT_TRUE(o.height == 8 && o.width == 10 && o.pixelFormat == ZEL_PIX_BGR8 && o.stride == 77);
+            EXPECT_TRUE(std::all_of(out.begin(), out.end(), [](uint8_t b) { return b == kCanary; }));
+        }
+}
+
+// Plain 8-bit input is used as it is. Padded 8-bit rows are packed together
+// in the caller's own buffer, whose tail keeps its bytes.
+TEST(Entries, PaddedEightBitInputIsCompactedInPlace) {
+    for (const int stride : {8, 12}) {
+        auto raw = zeltest::randomBytes(64 * 64, stride);
+        const auto before = raw;
+        const int h = 6, w = 8;
+        const ZelImage in{h, w, kRG8, raw.data(), stride};
+        std::vector<uint8_t> out(h * w * 3);
+        ZelImage o{0, 0, 0, out.data(), 0};
+        ASSERT_EQ(zelDemosaicing(Handle(ZEL_PIX_BGR8).h, &in, ZEL_DEMOSAIC_NEAREST, &o), ZEL_OK);
+        for (int r = 0; r < h; ++r)
+            for (int c = 0; c < w; ++c) ASSERT_EQ(raw[r * w + c], before[r * stride + c]);
+        for (size_t i = h * w; i < raw.size(); ++i) ASSERT_EQ(raw[i], before[i]);
     }
 }
 
-TEST_F(EntryTest, UnpaddedEightBitInputIsUsedAsItIs) {
-    raw = zeltest::randomBytes(raw.size(), 4);
-    const auto before = raw;
-    ZelImage in = input(6, 6, 6);
+TEST(Entries, ScratchIsReusedAcrossFramesOfOneGeometry) {
+    std::vector<uint8_t> raw(64 * 64, 100), out(64 * 64 * 3);
+    Handle handle(ZEL_PIX_BGR8);
+    const ZelImage in{16, 16, ZEL_PIX_BAYER_GB12, raw.data(), 32};
     ZelImage o{0, 0, 0, out.data(), 0};
-    ASSERT_EQ(zelDemosaicing(handle, &in, ZEL_DEMOSAIC_NEAREST, &o), ZEL_OK);
-    EXPECT_EQ(raw, before);
+    ASSERT_EQ(zelDemosaicing(handle.h, &in, ZEL_DEMOSAIC_NEAREST, &o), ZEL_OK);
+    const uint8_t* scratch = handle.h->scratch.data;
+    EXPECT_EQ(handle.h->scratch.capacity, 16 * 17 + 64);
+    ASSERT_EQ(zelDemosaicing(handle.h, &in, ZEL_DEMOSAIC_NEAREST, &o), ZEL_OK);
+    EXPECT_EQ(handle.h->scratch.data, scratch);
+    const ZelImage small{8, 8, kRG8, raw.data(), 8};  // an 8-bit frame only needs one row
+    ASSERT_EQ(zelDemosaicing(handle.h, &small, ZEL_DEMOSAIC_NEAREST, &o), ZEL_OK);
+    EXPECT_EQ(handle.h->scratch.data, scratch);
 }
 
-// Padded 8-bit rows are packed together in the caller's own buffer; the rest
-// of the buffer keeps its bytes.
-TEST_F(EntryTest, PaddedEightBitInputIsCompactedInPlace) {
-    raw = zeltest::randomBytes(raw.size(), 5);
-    const auto before = raw;
-    const int h = 6, w = 8, stride = 12;
-    ZelImage in = input(h, w, stride);
-    ZelImage o{0, 0, 0, out.data(), 0};
-    ASSERT_EQ(zelDemosaicing(handle, &in, ZEL_DEMOSAIC_NEAREST, &o), ZEL_OK);
-    for (int r = 0; r < h; ++r)
-        for (int c = 0; c < w; ++c) ASSERT_EQ(raw[r * w + c], before[r * stride + c]);
-    for (size_t i = h * w; i < raw.size(); ++i) ASSERT_EQ(raw[i], before[i]);
-}
-
-TEST_F(EntryTest, ScratchIsReusedAcrossFramesOfOneGeometry) {
-    ZelImage in = input(16, 16, 32, ZEL_PIX_BAYER_GB12);
-    ZelImage o{0, 0, 0, out.data(), 0};
-    ASSERT_EQ(zelDemosaicing(handle, &in, ZEL_DEMOSAIC_NEAREST, &o), ZEL_OK);
-    const uint8_t* scratch = handle->scratch.data;
-    EXPECT_EQ(handle->scratch.capacity, 16 * 17 + 64);
-    ASSERT_EQ(zelDemosaicing(handle, &in, ZEL_DEMOSAIC_NEAREST, &o), ZEL_OK);
-    EXPECT_EQ(handle->scratch.data, scratch);
-    ZelImage small = input(8, 8, 8);  // an 8-bit frame only needs one row
-    ASSERT_EQ(zelDemosaicing(handle, &small, ZEL_DEMOSAIC_NEAREST, &o), ZEL_OK);
-    EXPECT_EQ(handle->scratch.data, scratch);
-}
-
-TEST(Mono8Convert, RefusesOtherOutputsWithoutWriting) {
+// The converters behind the entry check the output format before the method.
+TEST(Entries, ConvertersRefuseOtherOutputsWithoutWriting) {
     uint8_t frame[16] = {}, dst[64];
     std::memset(dst, kCanary, sizeof dst);
     EXPECT_EQ(mono8Convert(frame, dst, 4, 4, 0x0108000B), errUnsupportedOutput);
-    for (uint8_t b : dst) ASSERT_EQ(b, kCanary);
-}
-
-TEST(BayerDispatch, OutputFormatIsCheckedBeforeTheMethod) {
-    uint8_t frame[16] = {}, dst[64];
     for (auto convert : {rg8Convert, bg8Convert, gb8Convert, gr8Convert}) {
         EXPECT_EQ(convert(frame, dst, 4, 4, 0x01100007, 7, nullptr), errUnsupportedOutput);
         EXPECT_EQ(convert(frame, dst, 4, 4, ZEL_PIX_BGR8, 7, nullptr), ZEL_OK);
     }
+    for (uint8_t b : dst) ASSERT_EQ(b, kCanary);
+}
+
+// Bands of 5 rows dealt out to 4 threads, each with its own handle, hold
+// the bytes of one whole-frame call.
+TEST(Entries, BandsOnSeveralThreadsAndHandlesAtOnce) {
+    constexpr int h = 67, w = 64, kThreads = 4, kBandRows = 5;
+    const size_t bytes = size_t{h} * w * 4;
+    const int32_t strides[] = {2 * w + 2, w + 5};
+    const uint32_t codes[] = {ZEL_PIX_BAYER_GB10, kRG8};
+    for (int k = 0; k < 2; ++k)
+        for (int32_t method = 0; method < 3; ++method) {
+            auto input = zeltest::randomBytes(size_t{h} * strides[k], 40 + k);
+            auto copy = input;  // the whole-frame call may compact its input
+            const ZelImage in{h, w, codes[k], input.data(), strides[k]};
+            ZelImage wholeIn{h, w, codes[k], copy.data(), strides[k]};
+            std::vector<uint8_t> whole(bytes, kCanary), out(bytes, kCanary);
+            ZelImage wholeOut{0, 0, 0, whole.data(), 0};
+            ASSERT_EQ(zelDemosaicing(Handle(ZEL_PIX_BGRA8).h, &wholeIn, method, &wholeOut), ZEL_OK);
+            std::vector<std::thread> threads;
+            std::vector<int32_t> statuses(kThreads, -1);
+            for (int t = 0; t < kThreads; ++t)
+                threads.emplace_back([&, t] {
+                    Handle handle(ZEL_PIX_BGRA8);
+                    ZelImage outRecord{0, 0, 0, out.data(), 0};
+                    int32_t status = ZEL_OK;
+                    for (int first = t * kBandRows; first < h && status == ZEL_OK; first += kThreads * kBandRows)
+                        status = zelDemosaicingRows(handle.h, &in, method, &outRecord, first,
+                                                    std::min(kBandRows, h - first));
+                    statuses[t] = status;
+                });
+            for (auto& t : threads) t.join();
+            EXPECT_EQ(statuses, std::vector<int32_t>(kThreads, ZEL_OK));
+            EXPECT_EQ(out, whole) << "family " << k << " method " << method;
+        }
 }
 
 }  // namespace

@@ -63,70 +63,57 @@ TEST(Bilinear16, MatchesReference) {
 // columns the body is empty. swapRB = 1 exchanges samples 0 and 2 of every
 // pixel; any other value counts as clear. The planar pieces ignore the flag.
 TEST(Bilinear16, PiecesWriteTheirRegionsAndOnlyOneSetsTheSwapFlag) {
-    enum Piece { FirstRows, FirstCols, Body, LastRows, LastCols };
     for (int h = 2; h <= 9; ++h) {
         for (int w = 2; w <= 9; ++w) {
             const Samples src = zeltest::randomSamples<uint16_t>(size_t(h) * w, h ^ (w << 4), 65536);
             const uint16_t* s = src.data();
             const size_t n = src.size();
             const uint32_t lcs = w - 1 - (w & 1), lrs = h - 1 - (h & 1);
-            auto inRegion = [&](int piece, uint32_t y, uint32_t x) {
-                switch (piece) {
-                    case FirstRows:
-                        return y == 0;
-                    case FirstCols:
-                        return x == 0 && y >= 1;
-                    case Body:
-                        return y >= 1 && y < lrs && x >= 1 && x < lcs;
-                    case LastRows:
-                        return y >= lrs && x >= 1 && x < lcs;
-                    default:
-                        return x >= lcs && y >= 1;
-                }
-            };
-            auto run = [&](int piece, bool planes, uint32_t flag, uint16_t* d) {
-                uint16_t *b = d, *g = d + n, *r = d + 2 * n;
-                BilinearBodyEnd end{lcs, lrs};
-                switch (piece) {
-                    case FirstRows:
-                        planes ? bilinearFirstRowsRGGBU16P(s, b, g, r, w) : bilinearFirstRowsRGGBU16(s, d, w, flag);
-                        break;
-                    case FirstCols:
-                        planes ? bilinearFirstColsRGGBU16P(s, b, g, r, h, w)
-                               : bilinearFirstColsRGGBU16(s, d, h, w, flag);
-                        break;
-                    case Body:
-                        end = planes ? bilinearBodyRGGBU16P(s, b, g, r, h, w, flag)
-                                     : bilinearBodyRGGBU16(s, d, h, w, flag);
-                        break;
-                    case LastRows:
-                        planes ? bilinearLastRowsRGGBU16P(s, b, g, r, h, w, lrs, flag)
-                               : bilinearLastRowsRGGBU16(s, d, h, w, lrs, flag);
-                        break;
-                    default:
-                        planes ? bilinearLastColsRGGBU16P(s, b, g, r, h, w, lcs, flag)
-                               : bilinearLastColsRGGBU16(s, d, h, w, lcs, flag);
-                }
-                EXPECT_EQ(end.lastColsStart, lcs);
-                EXPECT_EQ(end.lastRowsStart, lrs);
+            // Each piece, interleaved (d, flag) or planar (d), with its region.
+            using Run = std::function<BilinearBodyEnd(uint16_t*, uint32_t)>;
+            const BilinearBodyEnd end{lcs, lrs};
+            const struct {
+                Run interleaved, planar;
+                std::function<bool(uint32_t, uint32_t)> inRegion;
+            } pieces[] = {
+                {[&](uint16_t* d, uint32_t f) { return bilinearFirstRowsRGGBU16(s, d, w, f), end; },
+                 [&](uint16_t* d, uint32_t) { return bilinearFirstRowsRGGBU16P(s, d, d + n, d + 2 * n, w), end; },
+                 [](uint32_t y, uint32_t) { return y == 0; }},
+                {[&](uint16_t* d, uint32_t f) { return bilinearFirstColsRGGBU16(s, d, h, w, f), end; },
+                 [&](uint16_t* d, uint32_t) { return bilinearFirstColsRGGBU16P(s, d, d + n, d + 2 * n, h, w), end; },
+                 [](uint32_t y, uint32_t x) { return x == 0 && y >= 1; }},
+                {[&](uint16_t* d, uint32_t f) { return bilinearBodyRGGBU16(s, d, h, w, f); },
+                 [&](uint16_t* d, uint32_t f) { return bilinearBodyRGGBU16P(s, d, d + n, d + 2 * n, h, w, f); },
+                 [&](uint32_t y, uint32_t x) { return y >= 1 && y < lrs && x >= 1 && x < lcs; }},
+                {[&](uint16_t* d, uint32_t f) { return bilinearLastRowsRGGBU16(s, d, h, w, lrs, f), end; },
+                 [&](uint16_t* d, uint32_t f) {
+                     return bilinearLastRowsRGGBU16P(s, d, d + n, d + 2 * n, h, w, lrs, f), end;
+                 },
+                 [&](uint32_t y, uint32_t x) { return y >= lrs && x >= 1 && x < lcs; }},
+                {[&](uint16_t* d, uint32_t f) { return bilinearLastColsRGGBU16(s, d, h, w, lcs, f), end; },
+                 [&](uint16_t* d, uint32_t f) {
+                     return bilinearLastColsRGGBU16P(s, d, d + n, d + 2 * n, h, w, lcs, f), end;
+                 },
+                 [&](uint32_t y, uint32_t x) { return x >= lcs && y >= 1; }},
             };
             for (bool planes : {false, true}) {
                 const Samples whole = expected(src, h, w, planes);
-                for (uint32_t flag : {0u, 1u, 2u, 0xFFFFFFFFu}) {
-                    for (int piece = FirstRows; piece <= LastCols; ++piece) {
-                        const Twice t(3 * n, [&](uint16_t* d) { run(piece, planes, flag, d); });
+                for (uint32_t flag : {0u, 1u, 2u, 0xFFFFFFFFu})
+                    for (const auto& piece : pieces) {
+                        BilinearBodyEnd got{};
+                        const Twice t(3 * n, [&](uint16_t* d) { got = (planes ? piece.planar : piece.interleaved)(d, flag); });
+                        ASSERT_TRUE(got.lastColsStart == lcs && got.lastRowsStart == lrs);
                         for (size_t i = 0; i < 3 * n; ++i) {
                             const size_t pixel = planes ? i % n : i / 3, sample = planes ? i / n : i % 3;
                             const bool swapped = flag == 1 && !planes && sample != 1;
-                            ASSERT_EQ(t.written(i), inRegion(piece, uint32_t(pixel / w), uint32_t(pixel % w)))
-                                << "piece " << piece << (planes ? " planar " : " ") << h << "x" << w << " at "
-                                << pixel / w << "," << pixel % w;
+                            ASSERT_EQ(t.written(i), piece.inRegion(uint32_t(pixel / w), uint32_t(pixel % w)))
+                                << (planes ? "planar " : "") << h << "x" << w << " at " << pixel / w << ","
+                                << pixel % w;
                             if (t.written(i)) {
-                                ASSERT_EQ(t.a[i], whole[swapped ? i + 2 - 2 * sample : i]) << "flag " << flag;
+                                ASSERT_EQ(t.a[i], whole[swapped ? i + 2 - 2 * sample : i]) << flag;
                             }
                         }
                     }
-                }
             }
         }
     }

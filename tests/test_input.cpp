@@ -102,16 +102,6 @@ TEST(DeepSamples, RowStrideIsRoundedDownToEven) {
     EXPECT_EQ(0, std::memcmp(padded, expectedPadded, 4));
 }
 
-TEST(EightBit, PaddedRowsAreCompactedInPlace) {
-    const int h = 4, w = 5, stride = 9;
-    auto buffer = zeltest::randomBytes(h * stride, 3);
-    const auto original = buffer;
-    u8Tou8(buffer.data(), h, w, stride, buffer.data());
-    for (int r = 0; r < h; ++r)
-        for (int c = 0; c < w; ++c) ASSERT_EQ(buffer[r * w + c], original[r * stride + c]);
-    for (int i = h * w; i < h * stride; ++i) ASSERT_EQ(buffer[i], original[i]) << "tail byte " << i;
-}
-
 TEST(Packed, KeepsTheFirstAndThirdByteOfEachTriple) {
     const uint8_t src[] = {0x11, 0xAB, 0x22, 0x33, 0xCD, 0x44, 0x55, 0xEF, 0x66, 0x77, 0x01, 0x88};
     uint8_t flat[8] = {}, rows[8] = {};

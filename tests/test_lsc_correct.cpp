@@ -1,10 +1,9 @@
 // Lens-shading correction: refusals, the bit depth by pixel type, worked
-// samples on every path, the block layout, and tables estimated from frames.
+// samples on every path and the block layout. (Tables estimated from frames
+// are applied end to end by the tool's and the Python module's suites.)
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
-#include <cstring>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -176,76 +175,6 @@ TEST(LscCorrect, KernelsWriteNothingForOtherModesSizesAndDepths) {
                                     std::tuple{1u, 4, 4, 16}, std::tuple{1u, 4, 4, 0}})
         LSCcorrect16_2x2(src.data(), dst.data(), mode, entries.data(), h, w, bits);
     EXPECT_EQ(dst, std::vector<uint16_t>(16, 0));
-}
-
-// A vignetted flat field over a dark frame of one integer level per 2x2
-// block: grey - dark is `peak` in the centre, 60% of it in the corners. With
-// `blockFlat` every block takes its centre's value.
-void vignette(int w, int h, float scale, bool blockFlat, std::vector<float>& grey, std::vector<float>& dark) {
-    const float cx = 0.5f * static_cast<float>(w - 1), cy = 0.5f * static_cast<float>(h - 1);
-    for (int y = 0; y < h; ++y) {
-        for (int x = 0; x < w; ++x) {
-            const float px = blockFlat ? static_cast<float>(x | 1) - 0.5f : static_cast<float>(x);
-            const float py = blockFlat ? static_cast<float>(y | 1) - 0.5f : static_cast<float>(y);
-            const float r2 = ((px - cx) * (px - cx) + (py - cy) * (py - cy)) / (cx * cx + cy * cy);
-            dark.push_back(scale * static_cast<float>(10 + ((y / 2) * 5 + x / 2) % 7));
-            grey.push_back(dark.back() + 180.0f * scale * (1.0f - 0.4f * r2));
-        }
-    }
-}
-
-// The frame the camera records of the flat field, corrected with the table
-// estimated from it, comes out flat at the target level to within rounding:
-// |(s - g) k| <= 0.5 / 0.6, plus the final rounding. Corrected in place, in a
-// buffer at an odd address, it gives the same samples. The dark frame itself
-// comes out black; one below it black too, except in 10- and 12-bit blocks,
-// where the unsigned difference makes it white.
-template <typename T>
-void roundTrip(uint32_t format, uint32_t mode) {
-    SCOPED_TRACE(testing::Message() << std::hex << format << " mode " << mode);
-    const int w = 64, h = 48, bits = getBits(format);
-    const size_t n = static_cast<size_t>(w) * h, bytes = n * sizeof(T);
-    const float scale = std::ldexp(1.0f, bits - 8);
-    std::vector<float> grey, dark;
-    vignette(w, h, scale, mode == 0, grey, dark);
-    lsctest::Table table(n);
-    const ZelLSCInput in{mode, static_cast<uint32_t>(bits), w, h, grey.data(), dark.data()};
-    ASSERT_EQ(zelGetLSCParameter(&in, table.get()), 0);
-    double target = 0.0;
-    for (size_t i = 0; i < n; ++i) target += grey[i] - dark[i];
-    target /= static_cast<double>(n);
-
-    std::vector<T> recorded(n), corrected(n), darkFrame(dark.begin(), dark.end()), below(n);
-    for (size_t i = 0; i < n; ++i) recorded[i] = static_cast<T>(std::lround(grey[i])), below[i] = darkFrame[i] - 1;
-    std::vector<uint8_t> shifted(1 + bytes);
-    std::memcpy(shifted.data() + 1, recorded.data(), bytes);
-    auto correct = [&](std::vector<T>& src, void* dst) {
-        const ZelImage source = image(h, w, format, src.data()), destination = image(h, w, format, dst);
-        EXPECT_EQ(zelLSCorrection(&source, &destination, table.get()), 0);
-    };
-    const ZelImage odd = image(h, w, format, shifted.data() + 1);
-    ASSERT_EQ(zelLSCorrection(&odd, &odd, table.get()), 0);
-    correct(recorded, corrected.data());
-    EXPECT_EQ(std::memcmp(shifted.data() + 1, corrected.data(), bytes), 0);
-    const auto [low, high] = std::minmax_element(corrected.begin(), corrected.end());
-    EXPECT_GE(*low, target - 1.35) << "target " << target;
-    EXPECT_LE(*high, target + 1.35) << "target " << target;
-    const auto [recordedLow, recordedHigh] = std::minmax_element(recorded.begin(), recorded.end());
-    EXPECT_GT(*recordedHigh - *recordedLow, 60 * scale);  // far from flat before
-
-    correct(darkFrame, corrected.data());
-    EXPECT_EQ(corrected, std::vector<T>(n, 0));
-    correct(below, corrected.data());
-    EXPECT_EQ(corrected, std::vector<T>(n, mode == 0 && bits > 8 ? (1 << bits) - 1 : 0));
-}
-
-TEST(LscCorrect, EstimatedTableFlattensTheVignetteAndBlackensTheDarkFrame) {
-    roundTrip<uint8_t>(ZEL_PIX_MONO8, 1);
-    roundTrip<uint8_t>(ZEL_PIX_BAYER_RG8, 0);
-    roundTrip<uint16_t>(ZEL_PIX_MONO10, 1);
-    roundTrip<uint16_t>(ZEL_PIX_BAYER_GB10, 0);
-    roundTrip<uint16_t>(ZEL_PIX_MONO12, 1);
-    roundTrip<uint16_t>(ZEL_PIX_BAYER_BG12, 0);
 }
 
 }  // namespace

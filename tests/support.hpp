@@ -104,8 +104,4 @@ struct Rgb {
     int r, g, b;
 };
 
-inline uint8_t luma(const Rgb& p, int wR, int wG, int wB) {
-    return static_cast<uint8_t>((wR * p.r + wG * p.g + wB * p.b + 128) >> 8);
-}
-
 }  // namespace zeltest

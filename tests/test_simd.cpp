@@ -13,6 +13,7 @@
 #include <cstring>
 #include <functional>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -90,12 +91,6 @@ std::vector<Kernel> kernels() {
         for (int32_t swap : {0, 1})
             k.push_back({name, 6, 6, px, [](int h, int w) { return px(h, w) + w; },
                          [f, swap](const uint8_t* s, int h, int w, uint8_t* d) { f(s, h, w, d, swap, d + px(h, w)); }});
-    k.push_back({"rg8ToBgr8P_nearest", 2, 2, px, px3, [](const uint8_t* s, int h, int w, uint8_t* d) {
-                     rg8ToBgr8P_nearest(s, h, w, d, d + px(h, w), d + 2 * px(h, w));
-                 }});
-    k.push_back({"gb8ToBgr8P_nearest", 2, 2, px, px3, [](const uint8_t* s, int h, int w, uint8_t* d) {
-                     gb8ToBgr8P_nearest(s, h, w, d, d + px(h, w), d + 2 * px(h, w));
-                 }});
 
     using B = int32_t (*)(const uint8_t*, int32_t, int32_t, uint8_t*);
     const struct {
@@ -108,12 +103,15 @@ std::vector<Kernel> kernels() {
                     {"gb8ToBgra8_bilinear", gb8ToBgra8_bilinear, px4}, {"gr8ToBgra8_bilinear", gr8ToBgra8_bilinear, px4}};
     for (const auto& b : bilinear)
         k.push_back({b.name, 4, 4, px, b.out, [f = b.f](const uint8_t* s, int h, int w, uint8_t* d) { f(s, h, w, d); }});
-    k.push_back({"rg8ToBgr8P_bilinear", 4, 4, px, px3, [](const uint8_t* s, int h, int w, uint8_t* d) {
-                     rg8ToBgr8P_bilinear(s, h, w, d, d + px(h, w), d + 2 * px(h, w));
-                 }});
-    k.push_back({"gr8ToBgr8P_bilinear", 4, 4, px, px3, [](const uint8_t* s, int h, int w, uint8_t* d) {
-                     gr8ToBgr8P_bilinear(s, h, w, d, d + px(h, w), d + 2 * px(h, w));
-                 }});
+    using Planes = int32_t (*)(const uint8_t*, int32_t, int32_t, uint8_t*, uint8_t*, uint8_t*);
+    const std::tuple<const char*, Planes, int> planes[] = {{"rg8ToBgr8P_nearest", rg8ToBgr8P_nearest, 2},
+                                                           {"gb8ToBgr8P_nearest", gb8ToBgr8P_nearest, 2},
+                                                           {"rg8ToBgr8P_bilinear", rg8ToBgr8P_bilinear, 4},
+                                                           {"gr8ToBgr8P_bilinear", gr8ToBgr8P_bilinear, 4}};
+    for (const auto& [name, f, min] : planes)
+        k.push_back({name, min, min, px, px3, [f](const uint8_t* s, int h, int w, uint8_t* d) {
+                         f(s, h, w, d, d + px(h, w), d + 2 * px(h, w));
+                     }});
     for (const uint32_t* weights : {kStandardWeights, kWideWeights}) {
         k.push_back({"rg8ToMono8_bilinear", 4, 4, px, px,
                      [weights](const uint8_t* s, int h, int w, uint8_t* d) { rg8ToMono8_bilinear(s, h, w, weights, d); }});

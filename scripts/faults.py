@@ -138,7 +138,7 @@ FAULTS = [
     ("entry-check-number", "src/demosaic/entry.cpp", "fail(104, errBadImageSize)", "fail(105, errBadImageSize)"),
     ("entry-output-record", "src/demosaic/entry.cpp", "output->pixelFormat = static_cast<uint32_t>(fmt);",
      "output->pixelFormat = 0;"),
-    ("rows-reach", "src/demosaic/entry.cpp", "{{1, 1}, {1, 2}, {4, 4}}", "{{1, 1}, {1, 2}, {3, 4}}"),
+    ("rows-reach", "src/demosaic/entry.cpp", "{{1, 1}, {1, 2}, {4, 4}}", "{{1, 1}, {1, 2}, {2, 4}}"),
     ("rows-packed-odd-pixel", "src/demosaic/entry.cpp", "*dst++ = in.data[3 * (pixel / 2) + 2];",
      "*dst++ = in.data[3 * (pixel / 2)];"),
     ("rows-count-check", "src/demosaic/entry.cpp", "rowCount <= 0 ||", "rowCount < 0 ||"),
@@ -180,8 +180,8 @@ FAULTS = [
     ("tool-opaque-alpha", "tools/zelvora/src/picture.cpp", "if (alpha) out[3] = 255;", "if (alpha) out[3] = 254;"),
     ("tool-pnm-magic", "tools/zelvora/src/writers.cpp", "picture.channels == 1 ? \"P5\" : \"P6\"",
      "picture.channels == 3 ? \"P5\" : \"P6\""),
-    ("python-band-count", "python/src/demosaic.cpp", "height / kMinBandRows, 1, threads",
-     "height / kMinBandRows, 1, threads + 1"),
+    ("python-band-rows", "python/src/demosaic.cpp", "edge(band + 1) - edge(band), false",
+     "edge(band + 1) - edge(band) - 1, false"),
     ("python-error-text", "python/src/capture.cpp", "\" failed: \"", "\" failed with \""),
 ]
 

@@ -35,14 +35,8 @@ Outcome runBand(ZelImage input, ZelPixelType layout, int32_t method, uint8_t* ou
             operation = "zelDemosaicing";
             status = zelDemosaicing(handle, &input, method, &output);
         } else {
-#if ZELVORA_PYTHON_ROW_BANDS
             operation = "zelDemosaicingRows";
             status = zelDemosaicingRows(handle, &input, method, &output, first, count);
-#else
-            (void)first;
-            (void)count;
-            status = errInvalidParameter;  // bandCount never asks for bands then
-#endif
         }
     }
     zelRelease(&handle);
@@ -113,12 +107,7 @@ int32_t pixelCount(int32_t width, int32_t height) {
 
 int32_t bandCount(int64_t threads, int32_t height) {
     if (threads < 1) throw pyb::value_error("threads must be at least 1, not " + std::to_string(threads));
-#if ZELVORA_PYTHON_ROW_BANDS
     return static_cast<int32_t>(std::clamp<int64_t>(height / kMinBandRows, 1, threads));
-#else
-    (void)height;
-    return 1;
-#endif
 }
 
 pyb::array demosaic(const pyb::buffer& raw, int64_t width, int64_t height, const pyb::object& format,

@@ -1,26 +1,71 @@
 #include "bands.hpp"
 
+#include <pthread.h>
+#include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
+
 namespace zelvora {
+namespace {
+
+// How long a thread polls a word before it sleeps on it: longer than a frame
+// of the usual sizes takes to go round, far shorter than writing a picture.
+// Polling yields the core at every turn: on a busy machine the thread the
+// poller waits for may be queued behind it on the same core.
+constexpr std::chrono::microseconds kSpinTime{1000};
+
+// The first value of word that `done` accepts: polled for a while when spin
+// is set, then slept on.
+template <typename T, typename Done>
+T await(const std::atomic<T>& word, Done done, bool spin) {
+    T value = word.load(std::memory_order_acquire);
+    if (spin) {
+        const auto until = std::chrono::steady_clock::now() + kSpinTime;
+        while (!done(value) && std::chrono::steady_clock::now() < until) {
+            std::this_thread::yield();
+            value = word.load(std::memory_order_acquire);
+        }
+    }
+    while (!done(value)) {
+        word.wait(value, std::memory_order_acquire);
+        value = word.load(std::memory_order_acquire);
+    }
+    return value;
+}
+
+}  // namespace
 
 int onlineCores() {
     const long cores = sysconf(_SC_NPROCESSORS_ONLN);
     return cores > 0 ? static_cast<int>(cores) : 1;
 }
 
+int threadsFrom(const Args& args) {
+    const auto text = args.value("threads");
+    return text ? static_cast<int>(parsePositive(*text, "threads", kMaxThreads)) : std::min(onlineCores(), kMaxThreads);
+}
+
 BandRunner::BandRunner(int threads) : statuses_(threads > 1 ? threads : 1), records_(statuses_.size()) {
     for (size_t i = 0; i < statuses_.size(); ++i) handles_.push_back(std::make_unique<Handle>());
-    // Band 0 runs on the caller's thread, every other band on a worker.
+    spin_ = this->threads() <= onlineCores();
+    // Band 0 runs on the caller's thread, every other band on a worker. The
+    // workers start with every signal blocked, so that signals reach the
+    // caller's thread only: it holds them off while it makes a temporary
+    // file and lists it for removal.
+    sigset_t all;
+    sigset_t saved;
+    sigfillset(&all);
+    pthread_sigmask(SIG_BLOCK, &all, &saved);
     for (int band = 1; band < this->threads(); ++band) workers_.emplace_back([this, band] { work(band); });
+    pthread_sigmask(SIG_SETMASK, &saved, nullptr);
 }
 
 BandRunner::~BandRunner() {
-    {
-        const std::lock_guard lock(mutex_);
-        stopping_ = true;
-    }
-    wake_.notify_all();
+    stopping_ = true;
+    generation_.fetch_add(1, std::memory_order_release);
+    generation_.notify_all();
     for (std::thread& worker : workers_) worker.join();
 }
 
@@ -44,18 +89,12 @@ int32_t BandRunner::runBand(int band) {
 }
 
 void BandRunner::work(int band) {
-    uint64_t seen = 0;
+    uint32_t seen = 0;
     for (;;) {
-        {
-            std::unique_lock lock(mutex_);
-            wake_.wait(lock, [&] { return stopping_ || generation_ != seen; });
-            if (stopping_) return;
-            seen = generation_;
-        }
-        const int32_t status = runBand(band);
-        const std::lock_guard lock(mutex_);
-        statuses_[band] = status;
-        if (--pending_ == 0) finished_.notify_one();
+        seen = await(generation_, [seen](uint32_t now) { return now != seen; }, spin_);
+        if (stopping_) return;
+        statuses_[band] = runBand(band);
+        if (pending_.fetch_sub(1, std::memory_order_acq_rel) == 1) pending_.notify_one();
     }
 }
 
@@ -75,17 +114,12 @@ int32_t BandRunner::demosaic(const ZelImage& in, int32_t method, ZelImage& out) 
         if (const int32_t status = runBand(last); status != ZEL_OK) return status;
         done_ = last;
     }
-    {
-        const std::lock_guard lock(mutex_);
-        pending_ = threads() - 1;
-        ++generation_;
-    }
-    wake_.notify_all();
+    // The frame above is published by the release of the new generation.
+    pending_.store(threads() - 1, std::memory_order_relaxed);
+    generation_.fetch_add(1, std::memory_order_release);
+    generation_.notify_all();
     statuses_[0] = runBand(0);
-    {
-        std::unique_lock lock(mutex_);
-        finished_.wait(lock, [&] { return pending_ == 0; });
-    }
+    await(pending_, [](int32_t left) { return left == 0; }, spin_);
     for (int band = 0; band < threads(); ++band) {
         if (statuses_[band] != ZEL_OK) return statuses_[band];
     }

@@ -1,22 +1,26 @@
 // One frame demosaiced on several threads: the frame is cut into one band of
 // rows per thread, and each thread runs zelDemosaicingRows with its own
 // handle. The workers live as long as the runner, so a frame costs a wake-up
-// rather than a thread start.
+// rather than a thread start; between frames that follow closely they watch
+// for the next one instead of sleeping, which would cost a wake-up too.
 #pragma once
 
-#include <condition_variable>
+#include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <vector>
 
+#include "args.hpp"
 #include "library.hpp"
 
 namespace zelvora {
 
 // The number of online cores, at least 1: the default of --threads.
 int onlineCores();
+// --threads: a positive count up to kMaxThreads, or onlineCores().
+inline constexpr int kMaxThreads = 256;
+int threadsFrom(const Args& args);
 
 class BandRunner {
 public:
@@ -40,12 +44,14 @@ private:
 
     std::vector<std::unique_ptr<Handle>> handles_;
     std::vector<std::thread> workers_;
-    std::mutex mutex_;
-    std::condition_variable wake_;
-    std::condition_variable finished_;
-    uint64_t generation_ = 0;
-    int pending_ = 0;
-    bool stopping_ = false;
+    // Workers busy-wait for a while only when each has a core to itself.
+    bool spin_ = false;
+    // Bumped for every frame (and to stop); the workers still running the
+    // frame. Each on its own cache line: the workers poll the one and the
+    // caller the other.
+    alignas(64) std::atomic<uint32_t> generation_{0};
+    alignas(64) std::atomic<int32_t> pending_{0};
+    alignas(64) bool stopping_ = false;
     // The frame in hand; a band already run (-1: none).
     const ZelImage* in_ = nullptr;
     int done_ = -1;

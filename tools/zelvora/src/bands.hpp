@@ -1,9 +1,13 @@
-// One frame demosaiced on several threads: the frame is cut into one band of
-// rows per thread, and each thread runs zelDemosaicingRows with its own
-// handle. The workers live as long as the runner, so a frame costs a wake-up
-// rather than a thread start; between frames that follow closely they watch
-// for the next one instead of sleeping, which would cost a wake-up too.
+// One frame demosaiced on several threads: the frame is cut into a few bands
+// of rows per thread, and each thread runs zelDemosaicingRows with its own
+// handle on the next band nobody has taken. The workers live as long as the runner, so a frame costs a wake-up
+// rather than a thread start. When every thread can have a core of its own,
+// the caller's thread and each worker are tied to one for the runner's life,
+// and between frames that follow closely they poll for the next one instead
+// of sleeping, which would cost a wake-up too.
 #pragma once
+
+#include <sched.h>
 
 #include <atomic>
 #include <cstdint>
@@ -25,7 +29,7 @@ int threadsFrom(const Args& args);
 class BandRunner {
 public:
     explicit BandRunner(int threads);  // 1 runs every band on the caller's thread
-    ~BandRunner();
+    ~BandRunner();  // gives the caller's thread its cores back
     BandRunner(const BandRunner&) = delete;
     BandRunner& operator=(const BandRunner&) = delete;
 
@@ -39,25 +43,35 @@ public:
     int32_t demosaic(const ZelImage& in, int32_t method, ZelImage& out);
 
 private:
-    void work(int band);
-    int32_t runBand(int band);
+    // Bands per thread, and the fewest rows of a band: enough bands to even
+    // out threads slowed down by other work, few enough that cutting costs
+    // next to nothing.
+    static constexpr int kBandsPerThread = 4;
+    static constexpr int32_t kLeastBandRows = 8;
+    int bandCount(int32_t height) const;
+    void work(int thread, bool pinned);
+    int32_t runBand(int thread, int band);
+    int32_t runBands(int thread);  // until none is left; the first failing status
 
     std::vector<std::unique_ptr<Handle>> handles_;
     std::vector<std::thread> workers_;
-    // Workers busy-wait for a while only when each has a core to itself.
-    bool spin_ = false;
+    // Each thread tied to a core of its own; the cores the caller could use.
+    bool pinned_ = false;
+    cpu_set_t callerCpus_{};
     // Bumped for every frame (and to stop); the workers still running the
     // frame. Each on its own cache line: the workers poll the one and the
     // caller the other.
     alignas(64) std::atomic<uint32_t> generation_{0};
     alignas(64) std::atomic<int32_t> pending_{0};
+    alignas(64) std::atomic<int> next_{0};  // the next band to take
     alignas(64) bool stopping_ = false;
-    // The frame in hand; a band already run (-1: none).
+    // The frame in hand, its bands, and one already run (-1: none).
     const ZelImage* in_ = nullptr;
+    int bands_ = 1;
     int done_ = -1;
     int32_t method_ = 0;
     ZelImage out_{};
-    std::vector<int32_t> statuses_;
+    std::vector<int32_t> statuses_;  // by thread
     std::vector<ZelImage> records_;
     // The last frame that passed the library's checks.
     struct Shape {

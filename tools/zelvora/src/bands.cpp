@@ -113,7 +113,6 @@ int32_t BandRunner::setLayout(ZelPixelType code) {
 }
 
 int BandRunner::bandCount(int32_t height) const {
-    if (threads() == 1) return 1;
     return std::max(1, std::min(threads() * kBandsPerThread, height / kLeastBandRows));
 }
 

@@ -20,7 +20,7 @@ constexpr std::string_view kFormatHelp =
     "raw pixel format, by GigE Vision name (BayerRG12Packed) or code (0x010C002B); 'zelvora formats' lists them";
 constexpr std::string_view kStrideHelp = "bytes from one row start to the next (default: the packed row length)";
 constexpr OptionDef kThreadsOption{"threads", "N",
-                                   "threads that demosaic each frame, one band of rows and one library handle each "
+                                   "threads that demosaic each frame in bands of rows, one library handle each "
                                    "(default: the number of online cores)"};
 
 constexpr OptionDef kConvertOptions[] = {
@@ -75,7 +75,7 @@ int runVersion(std::span<const std::string> words);
 
 constexpr CommandDef kCommands[] = {
     {"convert", "IN... [OUT]", kConvertOptions,
-     "Demosaics raw frames through zelDemosaicingRows, one band of rows per thread, and writes PNG, TIFF, BMP (rows padded by zelBMPAdjust), PPM, "
+     "Demosaics raw frames through zelDemosaicingRows, in bands of rows on every thread, and writes PNG, TIFF, BMP (rows padded by zelBMPAdjust), PPM, "
      "PGM or the library's output bytes (.raw, .bin), chosen by OUT's extension. A file of several frames becomes "
      "OUT-0000, OUT-0001, ...; OUT may instead hold a number pattern such as out-%04d.png, counted over every "
      "frame. Several inputs need --out-dir or a pattern. IN or OUT '-' is standard input or output (raw, PNG, "
@@ -100,7 +100,7 @@ constexpr CommandDef kCommands[] = {
      runDemo},
     {"bench", "", kBenchOptions,
      "Prints megapixels per second of every method and output layout for 8-bit and 16-bit input and of the 16-bit "
-     "kernels, then the scaling: each method with the frame cut into one band per thread, on one thread and on "
+     "kernels, then the scaling: each method with the frame cut into bands of rows, on one thread and on "
      "--threads threads, measured in turn. With the OpenCV comparison module installed, also OpenCV's Bayer "
      "conversions and the ratios.",
      runBench},

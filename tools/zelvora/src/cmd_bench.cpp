@@ -120,8 +120,8 @@ std::map<int32_t, double> benchEntry(const Bench& bench, const InputFormat& form
     return bgr8;
 }
 
-// Each method into BGR8, the frame cut into one band per thread: on one
-// thread and on bench.threads, with the ratio of the two speeds.
+// Each method into BGR8, the frame cut into bands of rows: on one thread
+// and on bench.threads, with the ratio of the two speeds.
 void benchThreads(const Bench& bench, const InputFormat& format, const std::vector<uint8_t>& raw) {
     BandRunner one(1);
     BandRunner many(bench.threads);
@@ -134,7 +134,7 @@ void benchThreads(const Bench& bench, const InputFormat& format, const std::vect
     const ZelImage in{bench.size.height, bench.size.width, format.code, const_cast<uint8_t*>(raw.data()),
                       static_cast<int32_t>(rowBytes(format, bench.size.width))};
     const std::string label = std::to_string(bench.threads) + (bench.threads == 1 ? " thread" : " threads");
-    std::printf("\nzelDemosaicingRows, %s input to bgr8, one band per thread\n%-13s %9s %9s %9s\n",
+    std::printf("\nzelDemosaicingRows, %s input to bgr8, in bands of rows\n%-13s %9s %9s %9s\n",
                 std::string(format.name).c_str(), "method", "1 thread", label.c_str(), "ratio");
     for (const Method& method : methods()) {
         ZelImage result{0, 0, 0, out.data(), 0};

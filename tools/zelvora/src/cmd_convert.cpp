@@ -117,8 +117,8 @@ struct Job {
     int threads;
 };
 
-// The library's 8-bit demosaicing of one frame, a band of rows per thread:
-// the one place a frame meets the library's demosaicing.
+// The library's 8-bit demosaicing of one frame, in bands of rows on every
+// thread: the one place a frame meets the library's demosaicing.
 class Demosaicer {
 public:
     Demosaicer(const Job& job) : job_(job), runner_(job.threads) {

@@ -1,6 +1,6 @@
 // zelvora demo [DIR] [--size WxH]: renders the synthetic scene, mosaics it in
 // every Bayer order at 8, 12 and 12-bit packed depths, demosaics each mosaic
-// with every method (a band of rows per thread), writes the pictures to DIR
+// with every method (in bands of rows on every thread), writes the pictures to DIR
 // and prints their PSNR.
 #include <algorithm>
 #include <cctype>

@@ -317,7 +317,7 @@ TEST(ToolCli, BenchPrintsEveryLayout) {
     const Outcome run = tooltest::runTool("bench --size 32x16 --min-time 0 --threads 3", dir);
     ASSERT_EQ(run.exitCode, 0) << run.err;
     tooltest::expectMentions(run.out, {"BayerRG8 input", "BayerRG12 input", "bgr8", "rgba8", "bgr8-planar", "mono8",
-                                       "16-bit kernels", "BayerRG12 input to bgr8, one band per thread",
+                                       "16-bit kernels", "BayerRG12 input to bgr8, in bands of rows",
                                        "method         1 thread 3 threads     ratio\nnearest "});
 #ifdef ZELVORA_TOOL_OPENCV
     // Loaded at run time from the module built beside the program.

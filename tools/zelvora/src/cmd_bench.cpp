@@ -26,12 +26,12 @@
 namespace zelvora {
 namespace {
 
-// The shortest time of one call, over runs that last at least minTime in all
-// (and at least three runs): the least disturbed measurement on a busy machine.
+// Runs call at least three times and for at least minTime in all, keeping
+// the shortest time of one call in best (the least disturbed measurement on
+// a busy machine); returns the time spent.
 template <typename Call>
-double bestSeconds(Call&& call, double minTime) {
+double timeCalls(Call&& call, double minTime, double& best) {
     using Clock = std::chrono::steady_clock;
-    double best = 1e30;
     double total = 0;
     for (int runs = 0; runs < 3 || total < minTime; ++runs) {
         const auto start = Clock::now();
@@ -40,6 +40,13 @@ double bestSeconds(Call&& call, double minTime) {
         best = std::min(best, seconds);
         total += seconds;
     }
+    return total;
+}
+
+template <typename Call>
+double bestSeconds(Call&& call, double minTime) {
+    double best = 1e30;
+    timeCalls(call, minTime, best);
     return best;
 }
 
@@ -49,24 +56,12 @@ double bestSeconds(Call&& call, double minTime) {
 // asleep again for the first.
 template <typename CallA, typename CallB>
 std::pair<double, double> bestSecondsInTurn(CallA&& a, CallB&& b, double minTime) {
-    using Clock = std::chrono::steady_clock;
     constexpr double kBlock = 0.005;
     std::pair<double, double> best{1e30, 1e30};
     double total = 0;
-    const auto block = [&](auto&& call, double& kept) {
-        double spent = 0;
-        for (int runs = 0; runs < 3 || spent < kBlock; ++runs) {
-            const auto start = Clock::now();
-            call();
-            const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
-            kept = std::min(kept, seconds);
-            spent += seconds;
-        }
-        total += spent;
-    };
     for (int rounds = 0; rounds < 3 || total < 2 * minTime; ++rounds) {
-        block(a, best.first);
-        block(b, best.second);
+        total += timeCalls(a, kBlock, best.first);
+        total += timeCalls(b, kBlock, best.second);
     }
     return best;
 }

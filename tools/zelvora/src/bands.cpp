@@ -80,9 +80,9 @@ BandRunner::BandRunner(int threads) : statuses_(threads > 1 ? threads : 1), reco
     if (here != cpus.end()) std::rotate(cpus.begin(), here, cpus.end());
     pinned_ = this->threads() > 1 && this->threads() <= static_cast<int>(cpus.size()) && pinTo(cpus[0]);
     // Thread 0 is the caller's, every other one a worker. The workers start
-    // with every signal blocked, so that signals reach the
-    // caller's thread only: it holds them off while it makes a temporary
-    // file and lists it for removal.
+    // with every signal blocked, so that signals reach the caller's thread
+    // only: it holds them off while it makes a temporary file and lists it
+    // for removal.
     sigset_t all;
     sigset_t saved;
     sigfillset(&all);

@@ -1,10 +1,11 @@
 // One frame demosaiced on several threads: the frame is cut into a few bands
 // of rows per thread, and each thread runs zelDemosaicingRows with its own
-// handle on the next band nobody has taken. The workers live as long as the runner, so a frame costs a wake-up
-// rather than a thread start. When every thread can have a core of its own,
-// the caller's thread and each worker are tied to one for the runner's life,
-// and between frames that follow closely they poll for the next one instead
-// of sleeping, which would cost a wake-up too.
+// handle on the next band nobody has taken. The workers live as long as the
+// runner, so a frame costs a wake-up rather than a thread start. When every
+// thread can have a core of its own, the caller's thread and each worker are
+// tied to one for the runner's life, and between frames that follow closely
+// they poll for the next one instead of sleeping, which would cost a wake-up
+// too.
 #pragma once
 
 #include <sched.h>
@@ -58,12 +59,12 @@ private:
     // Each thread tied to a core of its own; the cores the caller could use.
     bool pinned_ = false;
     cpu_set_t callerCpus_{};
-    // Bumped for every frame (and to stop); the workers still running the
-    // frame. Each on its own cache line: the workers poll the one and the
-    // caller the other.
+    // Bumped for every frame (and to stop); the workers still on the frame;
+    // the next band to take. Each on its own cache line: the workers poll the
+    // first, the caller the second, and every thread takes from the third.
     alignas(64) std::atomic<uint32_t> generation_{0};
     alignas(64) std::atomic<int32_t> pending_{0};
-    alignas(64) std::atomic<int> next_{0};  // the next band to take
+    alignas(64) std::atomic<int> next_{0};
     alignas(64) bool stopping_ = false;
     // The frame in hand, its bands, and one already run (-1: none).
     const ZelImage* in_ = nullptr;
@@ -71,7 +72,8 @@ private:
     int done_ = -1;
     int32_t method_ = 0;
     ZelImage out_{};
-    std::vector<int32_t> statuses_;  // by thread
+    // By thread: the first failing status, and the output record it fills.
+    std::vector<int32_t> statuses_;
     std::vector<ZelImage> records_;
     // The last frame that passed the library's checks.
     struct Shape {

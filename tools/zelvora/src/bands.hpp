@@ -47,7 +47,7 @@ private:
     // Bands per thread, and the fewest rows of a band: enough bands to even
     // out threads slowed down by other work, few enough that cutting costs
     // next to nothing.
-    static constexpr int kBandsPerThread = 4;
+    static constexpr int kBandsPerThread = 2;
     static constexpr int32_t kLeastBandRows = 8;
     int bandCount(int32_t height) const;
     void work(int thread, bool pinned);

@@ -107,41 +107,56 @@ struct GreenSources {
     edge::Src from[2];
     edge::Src to[2];
     explicit GreenSources(const edge::PassKind& k) : from{k.oldRed, k.oldBlue}, to{k.newRed, k.newBlue} {}
-    bool plain() const {
-        using edge::Src;
-        return from[0] == Src::Store && from[1] == Src::Store && to[0] == Src::Compute && to[1] == Src::Compute;
-    }
 };
 
 // The old greens of columns x .. x + count - 1 (red sites at even offsets)
-// that the store holds; zero for groups the pass does not use.
+// that the store holds; zero for groups the pass does not use. Passes at the
+// frame's edges use one group only; they go a group at a time, never testing
+// the group of each column, so that they cost little more than a plain pass.
 template <typename T>
 HWY_INLINE void readOldGreens(const simd::EdgeRun<T>& run, const GreenSources& g, int x, int count, T* dst) {
-    if (g.plain() && run.greenStep == 1 && run.greens[0] == run.greens[1]) {
+    const bool red = g.from[0] == edge::Src::Store;
+    const bool blue = g.from[1] == edge::Src::Store;
+    if (!red && !blue) {
+        std::memset(dst, 0, count * sizeof(T));
+        return;
+    }
+    if (red && blue && run.greenStep == 1 && run.greens[0] == run.greens[1]) {
         std::memcpy(dst, run.greens[0] + x, count * sizeof(T));
         return;
     }
-    for (int j = 0; j < count; ++j)
-        dst[j] = g.from[j & 1] == edge::Src::Store ? run.greens[j & 1][run.greenStep * (x + j)] : T{0};
+    for (int site = 0; site < 2; ++site) {
+        const T* line = run.greens[site] + run.greenStep * x;
+        if (g.from[site] == edge::Src::Store) {
+            for (int j = site; j < count; j += 2) dst[j] = line[run.greenStep * j];
+        } else {
+            for (int j = site; j < count; j += 2) dst[j] = T{0};
+        }
+    }
 }
 // The new greens the pass computes, into the store.
 template <typename T>
 HWY_INLINE void writeNewGreens(const simd::EdgeRun<T>& run, const GreenSources& g, int x, int count, const T* src) {
-    if (g.plain() && run.greenStep == 1 && run.greens[2] == run.greens[3]) {
+    const bool oneLine = run.greenStep == 1 && run.greens[2] == run.greens[3];
+    if (oneLine && g.to[0] == edge::Src::Compute && g.to[1] == edge::Src::Compute) {
         std::memcpy(run.greens[2] + x, src, count * sizeof(T));
         return;
     }
-    for (int j = 0; j < count; ++j)
-        if (g.to[j & 1] == edge::Src::Compute) run.greens[2 + (j & 1)][run.greenStep * (x + j)] = src[j];
+    for (int site = 0; site < 2; ++site) {
+        if (g.to[site] != edge::Src::Compute) continue;
+        T* line = run.greens[2 + site] + run.greenStep * x;
+        for (int j = site; j < count; j += 2) line[run.greenStep * j] = src[j];
+    }
 }
 // Groups that mirror the other group of their colour (the first and last
 // rows of a frame).
 template <typename T>
 HWY_INLINE void aliasGreens(const GreenSources& g, int count, T* oldG, T* newG) {
-    if (g.plain()) return;
-    for (int j = 0; j < count; ++j) {
-        if (g.from[j & 1] == edge::Src::Alias) oldG[j] = newG[j];
-        if (g.to[j & 1] == edge::Src::Alias) newG[j] = oldG[j];
+    for (int site = 0; site < 2; ++site) {
+        if (g.from[site] == edge::Src::Alias)
+            for (int j = site; j < count; j += 2) oldG[j] = newG[j];
+        if (g.to[site] == edge::Src::Alias)
+            for (int j = site; j < count; j += 2) newG[j] = oldG[j];
     }
 }
 
@@ -181,7 +196,8 @@ HWY_FLATTEN int EdgeSpan(const simd::EdgeRun<T>& run, const edge::PassKind& kind
             // The store before the pixels: a green row that shares the last
             // output row is overwritten by its pixels, as in the scalar walk.
             writeNewGreens(run, g, x, cols, newG + 2);
-            for (int j = 0;; j += 2 * n) {
+            // A pass that only carries greens to a band completes no pixel.
+            for (int j = 0; kind.upper || kind.lower; j += 2 * n) {
                 j = std::min(j, cols - 2 * n);
                 completeSteps(run, kind, store, x + j, oldG + j, newG + j, maxValue);
                 if (j == cols - 2 * n) break;

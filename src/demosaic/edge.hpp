@@ -132,23 +132,21 @@ inline constexpr PassKind kTopBlueGreens{Src::Unused, Src::Unused, Src::Unused, 
 // y = 1 of a frame whose row 0 is blue: row -1 is row 1.
 inline constexpr PassKind kTopBlue{Src::Alias, Src::Store, Src::Compute, Src::Compute, true, true};
 // Any pair, greens only: what a band's first pass would find in the store
-// had the pass before it run; the blue greens alone when that pass only
-// completes its red row.
+// had the pass before it run.
 inline constexpr PassKind kGreens{Src::Unused, Src::Unused, Src::Compute, Src::Compute, false, false};
-inline constexpr PassKind kBlueGreens{Src::Unused, Src::Unused, Src::Unused, Src::Compute, false, false};
 // y = H, after the last red row H-2: completes the blue row H-1 (row H is H-2).
 inline constexpr PassKind kBottomEven{Src::Store, Src::Store, Src::Alias, Src::Unused, true, false};
 // y = H-1, the last row red: completes rows H-2 and H-1 (row H is H-2).
 inline constexpr PassKind kBottomOdd{Src::Store, Src::Store, Src::Compute, Src::Alias, true, true};
 
-// A pass kind that completes only those of its rows the flags keep, and
-// skips the greens only the other row needs: the blue row y-1 alone reads
-// the red greens of row y-2, the red row y alone the blue greens of row y+1.
+// A pass kind that completes only those of its rows the flags keep. It still
+// reads and computes every group of greens the full pass does, although the
+// blue row y-1 alone needs the red greens of row y-2 and the red row y alone
+// the blue greens of row y+1: the vector spans then take their plain path,
+// and a band's split passes cost little more than whole ones.
 constexpr PassKind keeping(PassKind k, bool upper, bool lower) {
     k.upper = k.upper && upper;
     k.lower = k.lower && lower;
-    if (!k.upper && k.oldRed == Src::Store) k.oldRed = Src::Unused;
-    if (!k.lower && k.newBlue == Src::Compute) k.newBlue = Src::Unused;
     return k;
 }
 
@@ -614,8 +612,6 @@ struct Walk {
         const int from = passOf(first);
         if (!redRowFirst && from == 1)
             pass<kTopBlueGreens>(-1);
-        else if (from > 0 && from == first)
-            pass<kBlueGreens>(from - 2);
         else if (from > 0)
             pass<kGreens>(from - 2);
         for (int y = from; y <= passOf(last); y += 2) {

@@ -19,6 +19,9 @@ namespace {
 constexpr std::string_view kFormatHelp =
     "raw pixel format, by GigE Vision name (BayerRG12Packed) or code (0x010C002B); 'zelvora formats' lists them";
 constexpr std::string_view kStrideHelp = "bytes from one row start to the next (default: the packed row length)";
+constexpr OptionDef kThreadsOption{"threads", "N",
+                                   "threads that demosaic each frame in bands of rows, one library handle each "
+                                   "(default: the number of online cores)"};
 
 constexpr OptionDef kConvertOptions[] = {
     {"format", "NAME", kFormatHelp, true},
@@ -38,6 +41,7 @@ constexpr OptionDef kConvertOptions[] = {
     {"gamma", "srgb|VALUE", "encode the picture with the sRGB curve or the power 1/VALUE (off by default)"},
     {"out-dir", "DIR", "write into DIR, one file per input named after it, instead of OUT"},
     {"type", "png|tif|bmp|ppm|pgm|raw", "output format with --out-dir or OUT '-' (default png)"},
+    kThreadsOption,
     {"quiet", "", "no progress line on standard error"},
 };
 
@@ -58,10 +62,11 @@ constexpr OptionDef kApplyOptions[] = {
     {"frames", "N", "frames IN holds (default: as many as its length holds)"},
 };
 
-constexpr OptionDef kDemoOptions[] = {{"size", "WxH", "size of the scene (default 640x480)"}};
+constexpr OptionDef kDemoOptions[] = {{"size", "WxH", "size of the scene (default 640x480)"}, kThreadsOption};
 constexpr OptionDef kBenchOptions[] = {
     {"size", "WxH", "frame size (default 1920x1080)"},
     {"min-time", "SECONDS", "least time spent on each measurement (default 0.2)"},
+    kThreadsOption,
 };
 constexpr OptionDef kHelpOptions[] = {{"man", "", "print the manual page (roff) instead"}};
 
@@ -70,7 +75,7 @@ int runVersion(std::span<const std::string> words);
 
 constexpr CommandDef kCommands[] = {
     {"convert", "IN... [OUT]", kConvertOptions,
-     "Demosaics raw frames through zelDemosaicing and writes PNG, TIFF, BMP (rows padded by zelBMPAdjust), PPM, "
+     "Demosaics raw frames through zelDemosaicingRows, in bands of rows on every thread, and writes PNG, TIFF, BMP (rows padded by zelBMPAdjust), PPM, "
      "PGM or the library's output bytes (.raw, .bin), chosen by OUT's extension. A file of several frames becomes "
      "OUT-0000, OUT-0001, ...; OUT may instead hold a number pattern such as out-%04d.png, counted over every "
      "frame. Several inputs need --out-dir or a pattern. IN or OUT '-' is standard input or output (raw, PNG, "
@@ -95,7 +100,9 @@ constexpr CommandDef kCommands[] = {
      runDemo},
     {"bench", "", kBenchOptions,
      "Prints megapixels per second of every method and output layout for 8-bit and 16-bit input and of the 16-bit "
-     "kernels; with the OpenCV comparison module installed, also OpenCV's Bayer conversions and the ratios.",
+     "kernels, then the scaling: each method with the frame cut into bands of rows, on one thread and on "
+     "--threads threads, measured in turn. With the OpenCV comparison module installed, also OpenCV's Bayer "
+     "conversions and the ratios.",
      runBench},
     {"formats", "", {}, "Lists the raw input formats the library accepts.", runFormats},
     {"help", "[COMMAND]", kHelpOptions, "Prints the usage, or one command's help.", runHelpCommand},

@@ -1,6 +1,7 @@
-// zelvora bench [--size WxH] [--min-time SECONDS]: megapixels per second of
-// every method and layout for 8-bit and 16-bit input, of the 16-bit kernels,
-// and of OpenCV's Bayer conversions when the build found OpenCV.
+// zelvora bench [--size WxH] [--min-time SECONDS] [--threads N]: megapixels
+// per second of every method and layout for 8-bit and 16-bit input, of the
+// 16-bit kernels, of each method on one thread and on N, and of OpenCV's
+// Bayer conversions when the build found OpenCV.
 #include <dlfcn.h>
 #include <unistd.h>
 
@@ -11,8 +12,8 @@
 #include <optional>
 
 #include "args.hpp"
+#include "bands.hpp"
 #include "cli.hpp"
-
 #include "commands.hpp"
 #include "deep.hpp"
 #include "error.hpp"
@@ -25,12 +26,12 @@
 namespace zelvora {
 namespace {
 
-// The shortest time of one call, over runs that last at least minTime in all
-// (and at least three runs): the least disturbed measurement on a busy machine.
+// Runs call at least three times and for at least minTime in all, keeping
+// the shortest time of one call in best (the least disturbed measurement on
+// a busy machine); returns the time spent.
 template <typename Call>
-double bestSeconds(Call&& call, double minTime) {
+double timeCalls(Call&& call, double minTime, double& best) {
     using Clock = std::chrono::steady_clock;
-    double best = 1e30;
     double total = 0;
     for (int runs = 0; runs < 3 || total < minTime; ++runs) {
         const auto start = Clock::now();
@@ -39,12 +40,36 @@ double bestSeconds(Call&& call, double minTime) {
         best = std::min(best, seconds);
         total += seconds;
     }
+    return total;
+}
+
+template <typename Call>
+double bestSeconds(Call&& call, double minTime) {
+    double best = 1e30;
+    timeCalls(call, minTime, best);
+    return best;
+}
+
+// The shortest times of two calls measured in turn, in blocks of calls
+// lasting a few milliseconds, so that both see the same load on a busy
+// machine and each its steady state: band workers awake for the second, and
+// asleep again for the first.
+template <typename CallA, typename CallB>
+std::pair<double, double> bestSecondsInTurn(CallA&& a, CallB&& b, double minTime) {
+    constexpr double kBlock = 0.005;
+    std::pair<double, double> best{1e30, 1e30};
+    double total = 0;
+    for (int rounds = 0; rounds < 3 || total < 2 * minTime; ++rounds) {
+        total += timeCalls(a, kBlock, best.first);
+        total += timeCalls(b, kBlock, best.second);
+    }
     return best;
 }
 
 struct Bench {
     Size size;
     double minTime;
+    int threads;
     double megapixels() const { return static_cast<double>(size.width) * size.height / 1e6; }
     double rate(double seconds) const { return megapixels() / seconds; }
 };
@@ -88,6 +113,36 @@ std::map<int32_t, double> benchEntry(const Bench& bench, const InputFormat& form
         std::printf("\n");
     }
     return bgr8;
+}
+
+// Each method into BGR8, the frame cut into bands of rows: on one thread
+// and on bench.threads, with the ratio of the two speeds.
+void benchThreads(const Bench& bench, const InputFormat& format, const std::vector<uint8_t>& raw) {
+    BandRunner one(1);
+    BandRunner many(bench.threads);
+    Diagnostics diagnostics;
+    for (BandRunner* runner : {&one, &many})
+        checkStatus("zelDemosaicSetConfig", diagnostics.run([&] { return runner->setLayout(ZEL_PIX_BGR8); }),
+                    diagnostics);
+    std::vector<uint8_t> out(static_cast<size_t>(bench.size.width) * static_cast<size_t>(bench.size.height) * 3);
+    // zelDemosaicingRows never writes its input.
+    const ZelImage in{bench.size.height, bench.size.width, format.code, const_cast<uint8_t*>(raw.data()),
+                      static_cast<int32_t>(rowBytes(format, bench.size.width))};
+    const std::string label = std::to_string(bench.threads) + (bench.threads == 1 ? " thread" : " threads");
+    std::printf("\nzelDemosaicingRows, %s input to bgr8, in bands of rows\n%-13s %9s %9s %9s\n",
+                std::string(format.name).c_str(), "method", "1 thread", label.c_str(), "ratio");
+    for (const Method& method : methods()) {
+        ZelImage result{0, 0, 0, out.data(), 0};
+        const auto run = [&](BandRunner& runner) { return runner.demosaic(in, method.value, result); };
+        std::printf("%-13s", std::string(method.name).c_str());
+        if (diagnostics.run([&] { return run(one) != ZEL_OK ? 1 : run(many); }) != ZEL_OK) {
+            std::printf(" %9s\n", "n/a");
+            continue;
+        }
+        const auto [single, parallel] = bestSecondsInTurn([&] { run(one); }, [&] { run(many); }, bench.minTime);
+        std::printf(" %9.1f %9.1f %8.2fx\n", bench.rate(single), bench.rate(parallel), single / parallel);
+        std::fflush(stdout);
+    }
 }
 
 // The OpenCV comparison module: beside the program (in the build tree), or
@@ -157,7 +212,7 @@ int runBench(std::span<const std::string> words) {
     const Args args(words, commandDef("bench").options);
     if (!args.positional().empty()) throw UsageError("bench takes no file arguments");
     Bench bench{args.has("size") ? parseSize(*args.value("size")) : Size{1920, 1080},
-                args.has("min-time") ? parseSeconds(*args.value("min-time"), "--min-time") : 0.2};
+                args.has("min-time") ? parseSeconds(*args.value("min-time"), "--min-time") : 0.2, threadsFrom(args)};
     if (bench.size.width < 16 || bench.size.height < 16 || bench.size.width % 2 != 0 || bench.size.height % 2 != 0)
         throw UsageError("bench needs an even size of at least 16x16");
 
@@ -190,6 +245,8 @@ int runBench(std::span<const std::string> words) {
         if (name == "zelDemosaicingBilinearU16") deepBilinear = rate;
         if (name == "demosaicingEdgeRGGBU16") deepEdge = rate;
     }
+    benchThreads(bench, rg8, raw8);
+    benchThreads(bench, rg12, raw12);
     if (const ZelvoraOpenCvModule* cv = loadOpenCvModule()) {
         benchOpenCv(*cv, bench, raw8, samples12, zel8, deepBilinear, deepEdge);
     } else {

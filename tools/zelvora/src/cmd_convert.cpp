@@ -1,11 +1,13 @@
-// zelvora convert IN... [OUT]: raw frames to pictures through zelDemosaicing
-// (or the 16-bit kernels with --deep), one frame in memory at a time.
+// zelvora convert IN... [OUT]: raw frames to pictures through
+// zelDemosaicingRows on every thread (or the 16-bit kernels with --deep), one
+// frame in memory at a time.
 #include <unistd.h>
 
 #include <cstdio>
 #include <filesystem>
 
 #include "args.hpp"
+#include "bands.hpp"
 #include "cli.hpp"
 #include "commands.hpp"
 #include "deep.hpp"
@@ -112,16 +114,16 @@ struct Job {
     const OutputLayout* layout;  // null with --deep
     FileKind kind;
     Tone tone;
+    int threads;
 };
 
-// The library's 8-bit demosaicing of one frame: the one place a frame meets
-// zelDemosaicing.
+// The library's 8-bit demosaicing of one frame, in bands of rows on every
+// thread: the one place a frame meets the library's demosaicing.
 class Demosaicer {
 public:
-    Demosaicer(const Job& job) : job_(job) {
+    Demosaicer(const Job& job) : job_(job), runner_(job.threads) {
         const ZelPixelType code = job.layout->code;
-        checkStatus("zelDemosaicSetConfig",
-                    diagnostics_.run([&] { return zelDemosaicSetConfig(handle_.get(), &code); }), diagnostics_);
+        checkStatus("zelDemosaicSetConfig", diagnostics_.run([&] { return runner_.setLayout(code); }), diagnostics_);
         const Size size = job.geometry.size;
         out_.resize(static_cast<size_t>(size.width) * static_cast<size_t>(size.height) *
                     static_cast<size_t>(job.layout->bytesPerPixel));
@@ -136,9 +138,8 @@ public:
         const FrameGeometry& g = job_.geometry;
         ZelImage in{g.size.height, g.size.width, g.format->code, frame, static_cast<int32_t>(g.stride)};
         ZelImage result{0, 0, 0, out_.data(), 0};
-        const int32_t status =
-            diagnostics_.run([&] { return zelDemosaicing(handle_.get(), &in, job_.method->value, &result); });
-        checkStatus("zelDemosaicing", status, diagnostics_, hint_, rule_);
+        const int32_t status = diagnostics_.run([&] { return runner_.demosaic(in, job_.method->value, result); });
+        checkStatus("zelDemosaicingRows", status, diagnostics_, hint_, rule_);
         return out_;
     }
     Handle& handle() { return handle_; }
@@ -146,7 +147,8 @@ public:
 
 private:
     const Job& job_;
-    Handle handle_;
+    BandRunner runner_;
+    Handle handle_;  // for BMP rows
     Diagnostics diagnostics_;
     std::vector<uint8_t> out_;
     std::string rule_;
@@ -236,7 +238,7 @@ int runConvert(std::span<const std::string> words) {
 
     // Everything the command line decides is checked before any input is read.
     Job job{geometryFrom(args), selectionFrom(args), &findMethod(args.value("method").value_or("bilinear")), nullptr,
-            FileKind::Png, {}};
+            FileKind::Png, {}, threadsFrom(args)};
     const InputFormat& format = *job.geometry.format;
     if (const auto type = args.value("type")) {
         job.kind = fileKindNamed(*type);

@@ -1,6 +1,7 @@
 // zelvora demo [DIR] [--size WxH]: renders the synthetic scene, mosaics it in
 // every Bayer order at 8, 12 and 12-bit packed depths, demosaics each mosaic
-// with every method, writes the pictures to DIR and prints their PSNR.
+// with every method (in bands of rows on every thread), writes the pictures to DIR
+// and prints their PSNR.
 #include <algorithm>
 #include <cctype>
 #include <cmath>
@@ -10,6 +11,7 @@
 #include <system_error>
 
 #include "args.hpp"
+#include "bands.hpp"
 #include "cli.hpp"
 #include "commands.hpp"
 #include "error.hpp"
@@ -97,6 +99,7 @@ int runDemo(std::span<const std::string> words) {
     const Size size = args.has("size") ? parseSize(*args.value("size")) : Size{640, 480};
     if (size.width < 16 || size.height < 16 || size.width % 2 != 0 || size.height % 2 != 0)
         throw UsageError("the demo scene needs an even size of at least 16x16");
+    BandRunner runner(threadsFrom(args));
 
     std::error_code error;
     std::filesystem::create_directories(dir, error);
@@ -108,8 +111,7 @@ int runDemo(std::span<const std::string> words) {
     Handle handle;
     Diagnostics diagnostics;
     const ZelPixelType rgb8 = ZEL_PIX_RGB8;
-    checkStatus("zelDemosaicSetConfig", diagnostics.run([&] { return zelDemosaicSetConfig(handle.get(), &rgb8); }),
-                diagnostics);
+    checkStatus("zelDemosaicSetConfig", diagnostics.run([&] { return runner.setLayout(rgb8); }), diagnostics);
     const OutputLayout& layout = findOutputLayout("rgb8");
     writePicture(file("scene.png"), pictureFromLayout(reference.data(), size.width, size.height, layout), handle,
                  diagnostics);
@@ -125,12 +127,10 @@ int runDemo(std::span<const std::string> words) {
             if (kOrders[o] == Order::RG) writeWholeFile(file("bayer-" + stem + ".raw"), raw);
             const auto stride = static_cast<int32_t>(rowBytes(format, size.width));
             for (const Method& method : methods()) {
-                // The library may compact 8-bit input in place; give it a copy.
-                std::vector<uint8_t> input = raw;
-                ZelImage in{size.height, size.width, format.code, input.data(), stride};
+                ZelImage in{size.height, size.width, format.code, raw.data(), stride};
                 ZelImage result{0, 0, 0, out.data(), 0};
                 Cell& cell = cells[d][static_cast<size_t>(method.value)][o];
-                cell.status = diagnostics.run([&] { return zelDemosaicing(handle.get(), &in, method.value, &result); });
+                cell.status = diagnostics.run([&] { return runner.demosaic(in, method.value, result); });
                 if (cell.status != ZEL_OK) continue;
                 cell.psnr = psnr(out, reference);
                 const Picture picture = pictureFromLayout(out.data(), size.width, size.height, layout);

@@ -9,7 +9,7 @@
 using zelvora::BandRunner;
 
 TEST(ToolBands, ThreadsGiveTheWholeFrameAndRefuseOnce) {
-    const int32_t h = 37, w = 30;
+    const int32_t h = 37, w = 200;  // wide enough for the vector spans
     std::vector<uint8_t> raw(static_cast<size_t>(h) * w);
     for (size_t i = 0; i < raw.size(); ++i) raw[i] = static_cast<uint8_t>(i * 2654435761u >> 11);
     for (const int threads : {1, 3, 50}) {

@@ -84,7 +84,7 @@ TEST(ToolCli, PngMatchesTheLibrary) {
         Reference reference;
     };
     const Case cases[] = {
-        {"BayerRG12Packed", "--method nearest", kW, kH, rg12PackedNearest},
+        {"BayerRG12Packed", "--method nearest --threads 3", kW, kH, rg12PackedNearest},
         {"BayerRG12", "--deep --method bilinear", kW, kH, deep<zelDemosaicingBilinearU16>},
         {"BayerRG12Packed", "--deep --method edge", kW, kH, deep<demosaicingEdgeRGGBU16>},
         {"BayerGR10", "--deep --method edge", kW, kH, deep<demosaicingEdgeGRBGU16>},
@@ -170,7 +170,7 @@ TEST(ToolCli, BadInputIsRefusedInOneLine) {
          "--type raw disagrees with the name 'out.png'"},
         {"convert in.raw out-%s.png --format BayerRG12Packed --size 64x48", 2, "may hold one %d (such as %04d)"},
         {c + "--format BayerRG8 --size 4x1152 --method edge", 1,
-         "edge-directed needs at least 6x6; the frame is 4x1152: zelDemosaicing failed: errBadImageSize (-104), the "
+         "edge-directed needs at least 6x6; the frame is 4x1152: zelDemosaicingRows failed: errBadImageSize (-104), the "
          "library reports \"error line = [5661]\""},
         {rg12p + "--stride 95", 2, "stride 95 is shorter than one row of 64 BayerRG12Packed pixels (96 bytes)"},
         {c + "--format BayerRG12 --size 32x48 --stride 129", 2, "stride 129 is odd"},
@@ -178,6 +178,9 @@ TEST(ToolCli, BadInputIsRefusedInOneLine) {
         {c + "--format BayerRG12Packed --size 2147483648x1", 2, "width must be a positive integer up to 2147483647"},
         {c + "--format BayerRG12Packed --size 64x0", 2, "height must be a positive integer up to 2147483647, not '0'"},
         {rg12p + "--method vng", 2, "unknown method 'vng'"},
+        {rg12p + "--threads 0", 2, "threads must be a positive integer up to 256, not '0'"},
+        {"bench --threads -1", 2, "threads must be a positive integer up to 256, not '-1'"},
+        {"demo pictures --threads two", 2, "threads must be a positive integer up to 256, not 'two'"},
         {rg12p + "--layout bgr16", 2, "unknown layout 'bgr16'"},
         {rg12p + "--colour", 2, "unknown option --colour"},
         {rg12p + "--format", 2, "option --format needs a value"},
@@ -190,7 +193,7 @@ TEST(ToolCli, BadInputIsRefusedInOneLine) {
         {"convert none.raw out.png --format Mono8 --size 4x4", 1, "cannot read 'none.raw': No such file or directory"},
         {"convert . out.png --format Mono8 --size 4x4", 1, "cannot read '.': Is a directory"},
         {c + "--format BayerRG8 --size 1536x3", 1,
-         "bilinear needs at least 4x4; the frame is 1536x3: zelDemosaicing failed: errBadImageSize (-104), the library reports \"error line = [96]\""},
+         "bilinear needs at least 4x4; the frame is 1536x3: zelDemosaicingRows failed: errBadImageSize (-104), the library reports \"error line = [96]\""},
         {c + "--format BayerRG8 --size 64x72 --deep", 2, "--deep needs samples of more than 8 bits"},
         {deep + "BayerRG12 --method nearest", 2, "use --deep with --method bilinear or edge"},
         {deep + "BayerGB12 --method bilinear", 2, "BayerRG mosaics only: use --method edge for BayerGB"},
@@ -296,7 +299,7 @@ TEST(ToolLsc, CalibrateAndApplyMatchTheLibrary) {
 
 TEST(ToolCli, DemoWritesPicturesAndTable) {
     ScratchDir dir;
-    const Outcome run = tooltest::runTool("demo pictures --size 64x48", dir);
+    const Outcome run = tooltest::runTool("demo pictures --size 64x48 --threads 3", dir);
     ASSERT_EQ(run.exitCode, 0) << run.err;
     tooltest::expectMentions(run.out, {"method     input            RG       BG       GB       GR", "nearest    8-bit",
                                        "nearest    12-packed", "bilinear   12-bit", "edge       8-bit"});
@@ -311,10 +314,11 @@ TEST(ToolCli, DemoWritesPicturesAndTable) {
 
 TEST(ToolCli, BenchPrintsEveryLayout) {
     ScratchDir dir;
-    const Outcome run = tooltest::runTool("bench --size 32x16 --min-time 0", dir);
+    const Outcome run = tooltest::runTool("bench --size 32x16 --min-time 0 --threads 3", dir);
     ASSERT_EQ(run.exitCode, 0) << run.err;
     tooltest::expectMentions(run.out, {"BayerRG8 input", "BayerRG12 input", "bgr8", "rgba8", "bgr8-planar", "mono8",
-                                       "16-bit kernels"});
+                                       "16-bit kernels", "BayerRG12 input to bgr8, in bands of rows",
+                                       "method         1 thread 3 threads     ratio\nnearest "});
 #ifdef ZELVORA_TOOL_OPENCV
     // Loaded at run time from the module built beside the program.
     tooltest::expectMentions(run.out, {"cv::cvtColor on the same frames", "16-bit edge-aware, BGR16"});

@@ -35,8 +35,8 @@ run_tsan() {
   cmake -S "$root" -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZELVORA_BUILD_BENCH=OFF \
     -DCMAKE_C_FLAGS=$flags -DCMAKE_CXX_FLAGS=$flags -DCMAKE_EXE_LINKER_FLAGS=$flags \
     -DCMAKE_SHARED_LINKER_FLAGS=$flags >/dev/null
-  cmake --build "$dir" -j "$jobs" --target test_rows rows_example_test test_tool_bands
-  (cd "$dir" && ctest --output-on-failure -R '^(test_rows|rows_example_test|ToolBands\..*)$')
+  cmake --build "$dir" -j "$jobs" --target test_entry rows_example_test test_tool_bands
+  (cd "$dir" && ctest --output-on-failure -R '^(test_entry|rows_example_test|ToolBands\..*)$')
 }
 
 for config in "${configs[@]}"; do

@@ -14,7 +14,6 @@
 
 namespace {
 
-using edgeref::Colour;
 using Samples = std::vector<uint16_t>;
 
 struct Entry16 {
@@ -61,20 +60,6 @@ TEST_P(Edge16, EverySizeMatchesThePerPixelRules) {
                 edgeref::sameSamples(demosaic(GetParam(), mosaic, h, w), expected(GetParam(), mosaic, h, w), w, 3))
                 << w << "x" << h << ", samples up to " << range;
         }
-}
-
-// Samples copied from the mosaic keep their value; interpolated ones are
-// limited to 12 bits by the RGGB entry only.
-TEST_P(Edge16, UniformFramesKeepTheirValueUpToTheEntrysBound) {
-    const Entry16& e = GetParam();
-    for (int v : {0, 1000, 4095, 5000, 65535}) {
-        const Samples out = demosaic(e, std::vector<int>(10 * 9, v), 10, 9);
-        for (size_t i = 0; i < out.size(); ++i) {
-            const Colour site = edgeref::colourOf(e.geometry, int(i / 27), int(i / 3 % 9));
-            const bool copied = int(i % 3) == (site == Colour::Red ? 2 : (site == Colour::Blue ? 0 : 1));
-            EXPECT_EQ(out[i], copied ? v : std::min(v, e.maxValue)) << v << ", pixel " << i / 3 << " value " << i % 3;
-        }
-    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Orders, Edge16, ::testing::Values(kRGGB, kGRBG, kGBRG, kBGGR),

@@ -23,16 +23,13 @@ TEST_F(HandleTest, StartsInTheDefaultState) {
     ZelPixelType format = 0;
     EXPECT_EQ(zelDemosaicGetConfig(handle, &format), ZEL_OK);
     EXPECT_EQ(format, 0x02180015u);
-    EXPECT_EQ(handle->scratch.data, nullptr);
-    EXPECT_EQ(handle->scratch.capacity, 0);
-    EXPECT_EQ(handle->spare[0], 0u);
-    EXPECT_EQ(handle->spare[1], 0u);
-    EXPECT_EQ(handle->presets[0].values[0], 12);
-    EXPECT_EQ(handle->presets[0].values[1], 1);
-    EXPECT_EQ(handle->presets[0].values[2], 0);
-    EXPECT_EQ(handle->presets[1].values[0], 8);
-    EXPECT_EQ(handle->presets[2].values[0], 8);
-    EXPECT_EQ(handle->presets[2].values[1], 1);
+    EXPECT_TRUE(handle->scratch.data == nullptr && handle->scratch.capacity == 0);
+    EXPECT_TRUE(handle->spare[0] == 0 && handle->spare[1] == 0);
+    // The third word of the third triple is left as it was.
+    const int32_t presets[3][2] = {{12, 1}, {8, 1}, {8, 1}};
+    for (int i = 0; i < 3; ++i)
+        EXPECT_TRUE(handle->presets[i].values[0] == presets[i][0] && handle->presets[i].values[1] == presets[i][1]) << i;
+    EXPECT_TRUE(handle->presets[0].values[2] == 0 && handle->presets[1].values[2] == 0);
 }
 
 // The seven output layouts are taken; any other code is refused and the

@@ -109,6 +109,43 @@ struct GreenSources {
     explicit GreenSources(const edge::PassKind& k) : from{k.oldRed, k.oldBlue}, to{k.newRed, k.newBlue} {}
 };
 
+// Greens kept in sample 1 of three-sample pixels (the 16-bit kernels'
+// output rows), a vector of columns at a time. `red` and `blue` point at the
+// green of column 0 of the rows that hold the red and the blue sites; column
+// x + j is a red site for even j. Both return the columns done, a whole
+// number of vectors (so always an even number).
+template <typename T>
+HWY_INLINE int greensOfPixels(const T* red, const T* blue, int x, int count, T* dst) {
+    const hn::ScalableTag<T> d;
+    const int n = static_cast<int>(hn::Lanes(d));
+    int j = 0;
+    for (; j + n <= count; j += n) {
+        hn::Vec<decltype(d)> s0, fromRed, fromBlue, s2;
+        hn::LoadInterleaved3(d, red + 3 * (x + j) - 1, s0, fromRed, s2);
+        hn::LoadInterleaved3(d, blue + 3 * (x + j) - 1, s0, fromBlue, s2);
+        hn::StoreU(hn::OddEven(fromBlue, fromRed), d, dst + j);
+    }
+    return j;
+}
+// Writes the greens src[j] of one site (0: even j, 1: odd j) into sample 1
+// of the pixels of `line`; the pixels' other samples are stored back as they
+// were read.
+template <typename T>
+HWY_INLINE int greensIntoPixels(T* line, int site, int x, int count, const T* src) {
+    const hn::ScalableTag<T> d;
+    const int n = static_cast<int>(hn::Lanes(d));
+    int j = 0;
+    for (; j + n <= count; j += n) {
+        T* p = line + 3 * (x + j) - 1;
+        hn::Vec<decltype(d)> s0, green, s2;
+        hn::LoadInterleaved3(d, p, s0, green, s2);
+        const auto fresh = hn::LoadU(d, src + j);
+        green = site == 0 ? hn::OddEven(green, fresh) : hn::OddEven(fresh, green);
+        hn::StoreInterleaved3(s0, green, s2, d, p);
+    }
+    return j;
+}
+
 // The old greens of columns x .. x + count - 1 (red sites at even offsets)
 // that the store holds; zero for groups the pass does not use. Passes at the
 // frame's edges use one group only; they go a group at a time, never testing
@@ -124,6 +161,13 @@ HWY_INLINE void readOldGreens(const simd::EdgeRun<T>& run, const GreenSources& g
     if (red && blue && run.greenStep == 1 && run.greens[0] == run.greens[1]) {
         std::memcpy(dst, run.greens[0] + x, count * sizeof(T));
         return;
+    }
+    if constexpr (sizeof(T) == 2) {
+        if (red && blue && run.greenStep == 3) {
+            const int j = greensOfPixels(run.greens[0], run.greens[1], x, count, dst);
+            for (int k = j; k < count; ++k) dst[k] = run.greens[k & 1][3 * (x + k)];
+            return;
+        }
     }
     for (int site = 0; site < 2; ++site) {
         const T* line = run.greens[site] + run.greenStep * x;
@@ -142,10 +186,17 @@ HWY_INLINE void writeNewGreens(const simd::EdgeRun<T>& run, const GreenSources& 
         std::memcpy(run.greens[2] + x, src, count * sizeof(T));
         return;
     }
+    int done = 0;  // columns written a vector at a time, the same for both groups
+    if constexpr (sizeof(T) == 2) {
+        if (run.greenStep == 3) {
+            for (int site = 0; site < 2; ++site)
+                if (g.to[site] == edge::Src::Compute) done = greensIntoPixels(run.greens[2 + site], site, x, count, src);
+        }
+    }
     for (int site = 0; site < 2; ++site) {
         if (g.to[site] != edge::Src::Compute) continue;
         T* line = run.greens[2 + site] + run.greenStep * x;
-        for (int j = site; j < count; j += 2) line[run.greenStep * j] = src[j];
+        for (int j = site + done; j < count; j += 2) line[run.greenStep * j] = src[j];
     }
 }
 // Groups that mirror the other group of their colour (the first and last

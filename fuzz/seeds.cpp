@@ -56,19 +56,14 @@ void demosaicSeeds() {
     int count = 0;
     for (uint8_t code = 0; code < zelfuzz::kInputCodeCount; ++code) {
         for (uint8_t method = 0; method < 3; ++method) {
-            zelfuzz::FrameDesc first;
-            first.codePick = code;
-            first.height = static_cast<int8_t>(12 + method);
-            first.width = static_cast<int8_t>(16 + method * 3);  // odd widths for packed input too
-            first.strideKind = method == 2 ? 1 : 0;
-            first.rawStride = 4;
-            first.methodPick = method;
-            first.layoutPick = static_cast<uint8_t>((code + method) % zelfuzz::kOutputCodeCount);
-            zelfuzz::FrameDesc second = first;
-            second.height = 8;
-            second.width = 10;
-            second.methodPick = static_cast<uint8_t>((method + 1) % 3);
-            second.layoutPick = static_cast<uint8_t>((first.layoutPick + 3) % zelfuzz::kOutputCodeCount);
+            // Odd widths for packed input too; the second frame smaller.
+            const auto layout = static_cast<uint8_t>((code + method) % zelfuzz::kOutputCodeCount);
+            zelfuzz::FrameDesc first{.codePick = code, .height = int8_t(12 + method), .width = int8_t(16 + method * 3),
+                                           .strideKind = uint8_t(method == 2), .rawStride = 4, .methodPick = method,
+                                           .layoutPick = layout};
+            zelfuzz::FrameDesc second{.codePick = code, .height = 8, .width = 10, .strideKind = first.strideKind,
+                                            .rawStride = 4, .methodPick = uint8_t((method + 1) % 3),
+                                            .layoutPick = uint8_t((layout + 3) % zelfuzz::kOutputCodeCount)};
             // A band from the middle of the frame, or one that reaches an edge.
             zelfuzz::BandDesc band{1, static_cast<uint8_t>(code % 3 == 0 ? 1 : 5 + method),
                                    static_cast<uint8_t>(3 + code % 9)};
@@ -88,17 +83,12 @@ void shadingSeeds() {
     for (uint8_t which = 0; which < 3; ++which) {
         for (uint8_t depth = 0; depth < 3; ++depth) {
             for (uint32_t mode = 0; mode < 2; ++mode) {
-                zelfuzz::ShadingDesc d;
-                d.which = which;
-                d.mode = mode;
-                d.bitDepth = depth;
-                d.height = 0;
-                d.width = static_cast<int8_t>(8 * depth);
-                d.samples = 3;  // sample-like grey and dark levels
-                d.darkLevel = 4.0f;
-                d.region = static_cast<uint8_t>(mode << 2);  // kind 2, blocks of 16 or 32 columns
-                d.pixelType = static_cast<uint32_t>(depth * 5 + mode);
-                d.correction = static_cast<uint8_t>(mode);  // in place or separate
+                // Sample-like grey and dark levels; regions of kind 2, blocks of 16 or
+                // 32 columns; correction in place or into a separate buffer.
+                zelfuzz::ShadingDesc d{.which = which, .mode = mode, .bitDepth = depth, .height = 0,
+                                             .width = int8_t(8 * depth), .samples = 3, .darkLevel = 4.0f,
+                                             .region = uint8_t(mode << 2), .pixelType = depth * 5 + mode,
+                                             .correction = uint8_t(mode)};
                 Writer w = with(d);
                 // Grey levels well above dark ones, falling off towards the corners.
                 std::vector<uint8_t> grey = scene(32 + d.width, 32 * 4, count);

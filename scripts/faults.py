@@ -115,7 +115,7 @@ FAULTS = [
     ("edge-lower-green", "src/demosaic/edge.hpp", "fromTwo(own, w.e[1].oldD, w.e[1].newD, maxValue)",
      "fromTwo(own, w.e[1].newD, w.e[1].newD, maxValue)"),
     ("edge-mirror", "src/demosaic/edge.hpp", "i > last ? 2 * last - i : i", "i > last ? last : i"),
-    ("edge-band-pre-pass", "src/demosaic/edge.hpp", "pass<kGreens>(from - 2);", "pass<kBlueGreens>(from - 2);"),
+    ("edge-band-pre-pass", "src/demosaic/edge.hpp", "pass<kGreens>(from - 2);", "pass<kTopBlueGreens>(from - 2);"),
     ("edge-greens-in-alpha-quirk", "src/demosaic/edge.cpp", "c < width; c += 4) line[c]",
      "c < width - 4; c += 4) line[c]"),
     ("edge-min-side", "src/demosaic/edge.cpp", "kMinSide = 6;", "kMinSide = 5;"),

@@ -1,5 +1,5 @@
 // Shared helpers for the test suites: printed-message capture, deterministic
-// frames and a few small reference computations.
+// frames, output buffers with guard bytes and handles.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -53,23 +53,38 @@ inline std::vector<uint8_t> randomBytes(size_t n, uint32_t seed) { return random
 // shows.
 inline constexpr uint8_t kCanary = 0xA5;
 
+// got equals want; a failure names the first difference, as "sample i" or,
+// given the width and samples per pixel, "pixel (row, col) sample k", rather
+// than printing thousands of values.
+template <typename T>
+testing::AssertionResult sameSamples(const std::vector<T>& got, const std::vector<T>& want, int width = 0,
+                                     int samplesPerPixel = 1) {
+    if (got.size() != want.size()) return testing::AssertionFailure() << got.size() << " samples, not " << want.size();
+    for (size_t i = 0; i < got.size(); ++i) {
+        if (got[i] == want[i]) continue;
+        const size_t pixel = i / samplesPerPixel;
+        auto failure = testing::AssertionFailure();
+        if (width > 0)
+            failure << "pixel (" << pixel / width << ", " << pixel % width << ") sample " << i % samplesPerPixel;
+        else
+            failure << "sample " << i;
+        return failure << ": got " << int(got[i]) << ", want " << int(want[i]);
+    }
+    return testing::AssertionSuccess();
+}
+
 // An output buffer of n bytes filled with kCanary, followed by guard bytes
 // that nothing may write.
 class Guarded {
 public:
     explicit Guarded(size_t n, size_t guard = 16) : bytes_(n + guard, kCanary), n_(n) {}
     uint8_t* data() { return bytes_.data(); }
-    // The first n bytes equal `want` and the guard bytes are intact; a
-    // failure names the first differing byte rather than printing thousands.
-    testing::AssertionResult holds(const std::vector<uint8_t>& want) const {
+    // The first n bytes equal `want` (of n bytes) and the guard bytes, those
+    // from n on, are intact.
+    testing::AssertionResult holds(std::vector<uint8_t> want) const {
         if (want.size() != n_) return testing::AssertionFailure() << "expected " << want.size() << " bytes, not " << n_;
-        for (size_t i = 0; i < bytes_.size(); ++i) {
-            const uint8_t expected = i < n_ ? want[i] : kCanary;
-            if (bytes_[i] != expected)
-                return testing::AssertionFailure() << (i < n_ ? "byte " : "guard byte ") << i << ": "
-                                                   << int(bytes_[i]) << ", expected " << int(expected);
-        }
-        return testing::AssertionSuccess();
+        want.resize(bytes_.size(), kCanary);
+        return sameSamples(bytes_, want);
     }
 
 private:
@@ -88,20 +103,6 @@ struct Handle {
     ~Handle() { zelRelease(&h); }
     Handle(const Handle&) = delete;
     Handle& operator=(const Handle&) = delete;
-};
-
-// Colours of a native-order mosaic site.
-enum class Site { Red, Green, Blue };
-
-// RG: row 0 is R G R G ...; GB: row 0 is G B G B ... and row 1 R G R G ...
-inline Site siteOf(bool gbOrder, int row, int col) {
-    const bool redRow = (row % 2 == 0) != gbOrder;
-    if (redRow) return col % 2 == 0 ? Site::Red : Site::Green;
-    return col % 2 == 1 ? Site::Blue : Site::Green;
-}
-
-struct Rgb {
-    int r, g, b;
 };
 
 }  // namespace zeltest

@@ -7,7 +7,7 @@
 #include <tuple>
 #include <vector>
 
-#include "bilinear_reference.hpp"
+#include "references.hpp"
 #include "zelvora.h"
 
 namespace {
@@ -20,7 +20,7 @@ using Bytes = std::vector<uint8_t>;
 TEST(BilinearReference, WorkedBordersAndSingleColourFrames) {
     const struct {
         int h, w, y, x;
-        uint32_t red, green, blue;
+        int red, green, blue;
     } worked[] = {
         {5, 5, 0, 0, 0, 5, 11},   {5, 5, 0, 1, 1, 1, 11},   {5, 5, 4, 4, 44, 38, 33}, {4, 4, 3, 3, 22, 27, 33},
         {4, 4, 3, 0, 20, 30, 31}, {5, 4, 4, 3, 42, 43, 33}, {4, 5, 3, 4, 24, 34, 33},
@@ -28,24 +28,20 @@ TEST(BilinearReference, WorkedBordersAndSingleColourFrames) {
     for (const auto& c : worked) {
         Bytes src(static_cast<size_t>(c.h) * c.w);
         for (size_t i = 0; i < src.size(); ++i) src[i] = static_cast<uint8_t>(10 * (i / c.w) + i % c.w);
-        const ref::Rgb p = ref::bilinear(src, c.h, c.w, ref::Geometry::RG)[c.y * c.w + c.x];
+        const ref::Rgb p = ref::bilinear(src, c.h, c.w, ref::kRGGB)[c.y * c.w + c.x];
         EXPECT_EQ(std::tuple(p.red, p.green, p.blue), std::tuple(c.red, c.green, c.blue)) << c.y << "," << c.x;
     }
     for (int h = 4; h <= 9; ++h) {
         for (int w = 4; w <= 9; ++w) {
-            for (int shift : {0, 1}) {  // GR geometry: rows shifted by one
-                const auto geometry = shift ? ref::Geometry::GR : ref::Geometry::RG;
+            for (ref::Geometry g : {ref::kRGGB, ref::kGBRG, ref::kGRBG, ref::kBGGR}) {
                 for (int colour = 0; colour < 3; ++colour) {  // red, green, blue sites lit
                     Bytes src(static_cast<size_t>(h) * w);
                     for (int y = 0; y < h; ++y)
-                        for (int x = 0; x < w; ++x) {
-                            const int site = (y + shift) % 2 + x % 2;  // 0 red, 1 green, 2 blue
-                            src[y * w + x] = site == colour ? 255 : 0;
-                        }
-                    for (const ref::Rgb& p : ref::bilinear(src, h, w, geometry))
+                        for (int x = 0; x < w; ++x) src[y * w + x] = int(ref::colourOf(g, y, x)) == colour ? 255 : 0;
+                    for (const ref::Rgb& p : ref::bilinear(src, h, w, g))
                         ASSERT_EQ(std::tuple(p.red, p.green, p.blue),
-                                  std::tuple(colour == 0 ? 255u : 0u, colour == 1 ? 255u : 0u, colour == 2 ? 255u : 0u))
-                            << h << "x" << w << " geometry " << shift << " colour " << colour;
+                                  std::tuple(colour == 0 ? 255 : 0, colour == 1 ? 255 : 0, colour == 2 ? 255 : 0))
+                            << h << "x" << w << " red at " << g.redRow << "," << g.redCol << " colour " << colour;
                 }
             }
         }

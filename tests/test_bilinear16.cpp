@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "bilinear_reference.hpp"
+#include "references.hpp"
 #include "support.hpp"
 #include "zelvora.h"
 
@@ -29,11 +29,11 @@ struct Twice {
 
 // The reference's B, G, R samples of every pixel, interleaved or as planes.
 Samples expected(const Samples& src, int h, int w, bool planes) {
-    const auto px = ref::bilinear(src, h, w, ref::Geometry::RG);
+    const auto px = ref::bilinear(src, h, w, ref::kRGGB);
     const size_t n = px.size();
     Samples out(3 * n);
     for (size_t i = 0; i < n; ++i) {
-        const uint32_t bgr[3] = {px[i].blue, px[i].green, px[i].red};
+        const int bgr[3] = {px[i].blue, px[i].green, px[i].red};
         for (size_t s = 0; s < 3; ++s) out[planes ? s * n + i : 3 * i + s] = static_cast<uint16_t>(bgr[s]);
     }
     return out;

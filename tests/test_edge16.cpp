@@ -9,7 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "edge_reference.hpp"
+#include "references.hpp"
+#include "support.hpp"
 #include "zelvora.h"
 
 namespace {
@@ -19,15 +20,15 @@ using Samples = std::vector<uint16_t>;
 struct Entry16 {
     const char* name;
     uint32_t (*run)(const uint16_t*, int32_t, int32_t, uint16_t*);
-    edgeref::Geometry geometry;
+    ref::Geometry geometry;
     int maxValue;
 };
 void PrintTo(const Entry16& e, std::ostream* os) { *os << e.name; }
 
-const Entry16 kRGGB{"RGGB", demosaicingEdgeRGGBU16, edgeref::kRGGB, 4095};
-const Entry16 kGRBG{"GRBG", demosaicingEdgeGRBGU16, edgeref::kGRBG, 65535};
-const Entry16 kGBRG{"GBRG", demosaicingEdgeGBRGU16, edgeref::kGBRG, 65535};
-const Entry16 kBGGR{"BGGR", demosaicingEdgeBGGRU16, edgeref::kBGGR, 65535};
+const Entry16 kRGGB{"RGGB", demosaicingEdgeRGGBU16, ref::kRGGB, 4095};
+const Entry16 kGRBG{"GRBG", demosaicingEdgeGRBGU16, ref::kGRBG, 65535};
+const Entry16 kGBRG{"GBRG", demosaicingEdgeGBRGU16, ref::kGBRG, 65535};
+const Entry16 kBGGR{"BGGR", demosaicingEdgeBGGRU16, ref::kBGGR, 65535};
 
 Samples demosaic(const Entry16& e, const std::vector<int>& mosaic, int h, int w) {
     const Samples src(mosaic.begin(), mosaic.end());
@@ -39,11 +40,11 @@ Samples demosaic(const Entry16& e, const std::vector<int>& mosaic, int h, int w)
 // Pixels as B, G, R by the per-pixel rules, except that red at (0, 0) forms
 // its blue from the unclamped greens at (0, 0) and (1, 1) (RGGB entry only).
 Samples expected(const Entry16& e, const std::vector<int>& mosaic, int h, int w) {
-    const edgeref::Reference ref(mosaic, h, w, e.geometry, e.maxValue);
-    Samples out = edgeref::interleaved<uint16_t>(ref.frame(), false);
+    const ref::Edge edge(mosaic, h, w, e.geometry, e.maxValue);
+    Samples out = ref::interleaved<uint16_t>(edge.frame(), false);
     if (e.geometry.redRow == 0 && e.geometry.redCol == 0)
         out[0] =
-            uint16_t(edgeref::clampTo(ref.unclampedGreen(0, 0) + mosaic[w + 1] - ref.unclampedGreen(1, 1), e.maxValue));
+            uint16_t(ref::clampTo(edge.unclampedGreen(0, 0) + mosaic[w + 1] - edge.unclampedGreen(1, 1), e.maxValue));
     return out;
 }
 
@@ -55,9 +56,9 @@ TEST_P(Edge16, EverySizeMatchesThePerPixelRules) {
         for (int w = 8; w <= 19; ++w) sizes.push_back({h, w});
     for (int range : {4095, 65535})
         for (const auto& [h, w] : sizes) {
-            const auto mosaic = edgeref::noisyMosaic(h, w, range, h * 1000 + w + range);
+            const auto mosaic = ref::noisyMosaic(h, w, range, h * 1000 + w + range);
             EXPECT_TRUE(
-                edgeref::sameSamples(demosaic(GetParam(), mosaic, h, w), expected(GetParam(), mosaic, h, w), w, 3))
+                zeltest::sameSamples(demosaic(GetParam(), mosaic, h, w), expected(GetParam(), mosaic, h, w), w, 3))
                 << w << "x" << h << ", samples up to " << range;
         }
 }
@@ -69,7 +70,7 @@ TEST(Edge16Corner, RGGBBlueAtTheOriginUsesTheUnclampedGreens) {
     // Reds 0 but 4095 at (0, 0), greens 4000, blues 100. Green at (0, 0) is
     // 4000 + 8190 / 4 = 6047 (clamped 4095); green at (1, 1) is 4000. Blue at
     // (0, 0) is 6047 + 100 - 4000; from the clamped green it would be 195.
-    auto m = edgeref::flatMosaic(edgeref::kRGGB, 10, 10, {0, 4000, 100});
+    auto m = ref::flatMosaic(ref::kRGGB, 10, 10, {0, 4000, 100});
     m[0] = 4095;
     const Samples out = demosaic(kRGGB, m, 10, 10);
     EXPECT_EQ(Samples(out.begin(), out.begin() + 3), (Samples{2147, 4095, 4095}));
@@ -112,10 +113,10 @@ class Edge16InteriorPiece : public ::testing::TestWithParam<PieceFrame> {};
 TEST_P(Edge16InteriorPiece, WritesEveryValueOfItsStepsAndNothingBeyondItsRows) {
     const auto [h, w, c0] = GetParam();
     const int start = 2;  // red in even rows
-    const auto mosaic = edgeref::noisyMosaic(h, w, 65535, h * 100 + w + c0);
-    const edgeref::Reference ref(mosaic, h, w, c0 == 2 ? edgeref::kRGGB : edgeref::kGRBG, 65535);
+    const auto mosaic = ref::noisyMosaic(h, w, 65535, h * 100 + w + c0);
+    const ref::Edge edge(mosaic, h, w, c0 == 2 ? ref::kRGGB : ref::kGRBG, 65535);
     auto want = [&](int r, int c, int k) {
-        const edgeref::Rgb p = ref.at(r, c);
+        const ref::Rgb p = edge.at(r, c);
         return k == 0 ? p.blue : (k == 1 ? p.green : p.red);
     };
     const std::vector<uint16_t> src(mosaic.begin(), mosaic.end());

@@ -11,14 +11,14 @@
 #include <string>
 #include <vector>
 
-#include "edge_reference.hpp"
+#include "references.hpp"
 #include "support.hpp"
 #include "zelvora.h"
 
 namespace {
 
-using edgeref::Reference;
-using edgeref::Rgb;
+using ref::Edge;
+using ref::Rgb;
 using Bytes = std::vector<uint8_t>;
 
 // A 10x10 RG-phase mosaic, one value per colour and a few samples set; each
@@ -56,14 +56,14 @@ const Worked kWorked[] = {
 
 TEST(EdgeRules, HandWorkedValues) {
     for (const Worked& k : kWorked) {
-        std::vector<int> m = edgeref::flatMosaic(edgeref::kRGGB, 10, 10, k.background);
+        std::vector<int> m = ref::flatMosaic(ref::kRGGB, 10, 10, k.background);
         for (const auto& s : k.samples) m[s[0] * 10 + s[1]] = s[2];
         const Bytes src(m.begin(), m.end());
         Bytes out(300);
         ASSERT_EQ(rg8ToBgr8_edge(src.data(), 10, 10, out.data(), 1), 0);
         const uint8_t* p = &out[3 * (k.row * 10 + k.col)];
         EXPECT_EQ((Rgb{p[0], p[1], p[2]}.*k.channel), k.expected) << k.rule;
-        EXPECT_EQ(Reference(m, 10, 10, edgeref::kRGGB, 255).at(k.row, k.col).*k.channel, k.expected) << k.rule;
+        EXPECT_EQ(Edge(m, 10, 10, ref::kRGGB, 255).at(k.row, k.col).*k.channel, k.expected) << k.rule;
     }
 }
 

@@ -13,16 +13,14 @@
 #include <utility>
 #include <vector>
 
-#include "bilinear_reference.hpp"
-#include "edge_reference.hpp"
-#include "nearest_reference.hpp"
+#include "references.hpp"
 #include "support.hpp"
 #include "zelvora.h"
 
 namespace {
 
 using Bytes = std::vector<uint8_t>;
-using Rgb = edgeref::Rgb;
+using ref::Rgb;
 using zeltest::kCanary;
 
 // order: 'M' mono, or R, B, G, g for the RG, BG, GB and GR mosaics. depth:
@@ -108,44 +106,32 @@ Raw makeRaw(const Family& f, const Bytes& v8, int h, int w) {
 }
 
 // Where red lies in the mosaic of a Bayer family.
-edgeref::Geometry geometryOf(const Family& f) {
+ref::Geometry geometryOf(const Family& f) {
     switch (f.order) {
-        case 'R': return edgeref::kRGGB;
-        case 'B': return edgeref::kBGGR;
-        case 'G': return edgeref::kGBRG;
-        default: return edgeref::kGRBG;
+        case 'R': return ref::kRGGB;
+        case 'B': return ref::kBGGR;
+        case 'G': return ref::kGBRG;
+        default: return ref::kGRBG;
     }
 }
 
-// The expected pixels in true colours. The nearest and bilinear references
-// work in the RG or GR geometry, where BG and GR data have red and blue
-// exchanged; the edge-directed reference takes the true geometry.
+// The expected pixels, from the reference of the method.
 std::vector<Rgb> expectedPixels(const Family& f, int method, const Bytes& v8, int h, int w) {
     std::vector<Rgb> px;
     if (f.order == 'M') {
         for (uint8_t v : v8) px.push_back({v, v, v});
         return px;
     }
-    const bool blueRowFirst = f.order == 'G' || f.order == 'g';
-    const bool exchanged = f.order == 'B' || f.order == 'g';
-    if (method == ZEL_DEMOSAIC_EDGE)
-        return edgeref::Reference(std::vector<int>(v8.begin(), v8.end()), h, w, geometryOf(f), 255).frame();
-    if (method == ZEL_DEMOSAIC_NEAREST) {
-        for (const zeltest::Rgb& p : zeltest::nearestFrame(v8.data(), h, w, blueRowFirst)) px.push_back({p.r, p.g, p.b});
-    } else {
-        for (const ref::Rgb& p : ref::bilinear(v8, h, w, blueRowFirst ? ref::Geometry::GR : ref::Geometry::RG))
-            px.push_back({int(p.red), int(p.green), int(p.blue)});
-    }
-    if (exchanged)
-        for (Rgb& p : px) std::swap(p.red, p.blue);
-    return px;
+    if (method == ZEL_DEMOSAIC_NEAREST) return ref::nearest(v8, h, w, geometryOf(f));
+    if (method == ZEL_DEMOSAIC_BILINEAR) return ref::bilinear(v8, h, w, geometryOf(f));
+    return ref::Edge(std::vector<int>(v8.begin(), v8.end()), h, w, geometryOf(f), 255).frame();
 }
 
 // Byte 3 of four-byte output: 0, or for edge-directed output of Bayer input
-// the caller's byte with the carried greens (Reference::fourthBytes).
+// the caller's byte with the carried greens (Edge::fourthBytes).
 Bytes expectedAlpha(const Family& f, int method, const Bytes& v8, int h, int w) {
     if (f.order == 'M' || method != ZEL_DEMOSAIC_EDGE) return Bytes(v8.size(), 0);
-    return edgeref::Reference(std::vector<int>(v8.begin(), v8.end()), h, w, geometryOf(f), 255).fourthBytes(kCanary);
+    return ref::Edge(std::vector<int>(v8.begin(), v8.end()), h, w, geometryOf(f), 255).fourthBytes(kCanary);
 }
 
 // The bytes of `layout`. Mono output weighs the true red 77, except that

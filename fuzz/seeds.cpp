@@ -45,13 +45,6 @@ std::vector<uint8_t> scene(int64_t rows, int64_t row, unsigned seed) {
     return bytes;
 }
 
-template <typename Desc>
-Writer with(Desc desc) {
-    Writer w;
-    desc.visit(w);
-    return w;
-}
-
 void demosaicSeeds() {
     int count = 0;
     for (uint8_t code = 0; code < zelfuzz::kInputCodeCount; ++code) {
@@ -89,7 +82,8 @@ void shadingSeeds() {
                                              .width = int8_t(8 * depth), .samples = 3, .darkLevel = 4.0f,
                                              .region = uint8_t(mode << 2), .pixelType = depth * 5 + mode,
                                              .correction = uint8_t(mode)};
-                Writer w = with(d);
+                Writer w;
+                d.visit(w);
                 // Grey levels well above dark ones, falling off towards the corners.
                 std::vector<uint8_t> grey = scene(32 + d.width, 32 * 4, count);
                 for (size_t i = 0; i < grey.size(); i += 4) grey[i + 1] = static_cast<uint8_t>(0xC0 | grey[i + 1]);
@@ -106,9 +100,10 @@ void deepSeeds() {
     int count = 0;
     for (uint8_t which = 0; which < 3; ++which) {
         for (uint8_t variant = 0; variant < 4; ++variant) {
-            const zelfuzz::DeepDesc d{which, static_cast<int8_t>(9 + variant), static_cast<int8_t>(12 + variant),
+            zelfuzz::DeepDesc d{which, static_cast<int8_t>(9 + variant), static_cast<int8_t>(12 + variant),
                                       variant};
-            Writer w = with(d);
+            Writer w;
+            d.visit(w);
             w.bytes(scene(d.height + 8, 2 * (d.width + 8), variant));
             save("deep", "deep-" + std::to_string(count++), w.data());
         }

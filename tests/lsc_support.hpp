@@ -13,9 +13,6 @@
 
 namespace lsctest {
 
-using zeltest::captured;
-using zeltest::errorLine;
-
 // A table entry: gain G over 2^17 in bits 31..12, offset B in bits 11..0.
 constexpr uint32_t entry(uint32_t gain, uint32_t offset) { return gain << 12 | offset; }
 constexpr uint32_t kOne = 131072;  // gain 1.0
@@ -29,15 +26,5 @@ struct Table {
     uint32_t entry(size_t i) const { return words[3 + i]; }
     bool untouched() const { return words == std::vector<uint32_t>(words.size(), kMarker); }
 };
-
-// A deterministic frame of floats around `level`, spread +-`spread`.
-inline std::vector<float> noisyFrame(int width, int height, float level, float spread, uint32_t seed) {
-    std::vector<float> v(static_cast<size_t>(width) * height);
-    for (auto& x : v) {
-        seed = seed * 1664525u + 1013904223u;
-        x = level + spread * (static_cast<float>(seed >> 8) / 16777216.0f - 0.5f);
-    }
-    return v;
-}
 
 }  // namespace lsctest

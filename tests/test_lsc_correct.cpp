@@ -13,9 +13,9 @@
 
 namespace {
 
-using lsctest::captured;
+using zeltest::captured;
 using lsctest::entry;
-using lsctest::errorLine;
+using zeltest::errorLine;
 using lsctest::kOne;
 
 ZelImage image(int32_t height, int32_t width, uint32_t format, void* data) {

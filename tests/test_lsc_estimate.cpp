@@ -17,9 +17,9 @@
 
 namespace {
 
-using lsctest::captured;
+using zeltest::captured;
 using lsctest::entry;
-using lsctest::errorLine;
+using zeltest::errorLine;
 using lsctest::kOne;
 using lsctest::Table;
 

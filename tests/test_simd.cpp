@@ -60,19 +60,14 @@ const uint32_t kWideWeights[3] = {300, 70000, 5};  // sums beyond 16 bits: the b
 std::vector<Kernel> kernels() {
     using F = int32_t (*)(const uint8_t*, int32_t, int32_t, uint8_t*, int32_t);
     std::vector<Kernel> k;
-    const struct {
-        const char* name;
-        F f;
-        size_t (*out)(int, int);
-        int min;
-    } swapped[] = {{"rg8ToBgr8_nearest", rg8ToBgr8_nearest, px3, 2}, {"gb8ToBgr8_nearest", gb8ToBgr8_nearest, px3, 2},
+    const std::tuple<const char*, F, size_t (*)(int, int), int> swapped[] = {{"rg8ToBgr8_nearest", rg8ToBgr8_nearest, px3, 2}, {"gb8ToBgr8_nearest", gb8ToBgr8_nearest, px3, 2},
                    {"rg8ToBgra8_nearest", rg8ToBgra8_nearest, px4, 2}, {"gb8ToBgra8_nearest", gb8ToBgra8_nearest, px4, 2},
                    {"rg8ToMono8_nearest", rg8ToMono8_nearest, px, 2},  {"gb8ToMono8_nearest", gb8ToMono8_nearest, px, 2},
                    {"rg8ToBgr8_edge", rg8ToBgr8_edge, px3, 6},         {"gb8ToBgr8_edge", gb8ToBgr8_edge, px3, 6},
                    {"rg8ToBgra8_edge", rg8ToBgra8_edge, px4, 6},       {"gb8ToBgra8_edge", gb8ToBgra8_edge, px4, 6}};
-    for (const auto& s : swapped)
+    for (const auto& [name, f, out, min] : swapped)
         for (int32_t swap : {0, 1})
-            k.push_back({s.name, s.min, s.min, px, s.out, [f = s.f, swap](const uint8_t* src, int h, int w, uint8_t* d) {
+            k.push_back({name, min, min, px, out, [f, swap](const uint8_t* src, int h, int w, uint8_t* d) {
                              f(src, h, w, d, swap);
                          }});
     // The green row handed to the planar and mono edge kernels follows their
@@ -93,16 +88,12 @@ std::vector<Kernel> kernels() {
                          [f, swap](const uint8_t* s, int h, int w, uint8_t* d) { f(s, h, w, d, swap, d + px(h, w)); }});
 
     using B = int32_t (*)(const uint8_t*, int32_t, int32_t, uint8_t*);
-    const struct {
-        const char* name;
-        B f;
-        size_t (*out)(int, int);
-    } bilinear[] = {{"rg8ToBgr8_bilinear", rg8ToBgr8_bilinear, px3},   {"bg8ToBgr8_bilinear", bg8ToBgr8_bilinear, px3},
+    const std::tuple<const char*, B, size_t (*)(int, int)> bilinear[] = {{"rg8ToBgr8_bilinear", rg8ToBgr8_bilinear, px3},   {"bg8ToBgr8_bilinear", bg8ToBgr8_bilinear, px3},
                     {"gb8ToBgr8_bilinear", gb8ToBgr8_bilinear, px3},   {"gr8ToBgr8_bilinear", gr8ToBgr8_bilinear, px3},
                     {"rg8ToBgra8_bilinear", rg8ToBgra8_bilinear, px4}, {"bg8ToBgra8_bilinear", bg8ToBgra8_bilinear, px4},
                     {"gb8ToBgra8_bilinear", gb8ToBgra8_bilinear, px4}, {"gr8ToBgra8_bilinear", gr8ToBgra8_bilinear, px4}};
-    for (const auto& b : bilinear)
-        k.push_back({b.name, 4, 4, px, b.out, [f = b.f](const uint8_t* s, int h, int w, uint8_t* d) { f(s, h, w, d); }});
+    for (const auto& [name, f, out] : bilinear)
+        k.push_back({name, 4, 4, px, out, [f](const uint8_t* s, int h, int w, uint8_t* d) { f(s, h, w, d); }});
     using Planes = int32_t (*)(const uint8_t*, int32_t, int32_t, uint8_t*, uint8_t*, uint8_t*);
     const std::tuple<const char*, Planes, int> planes[] = {{"rg8ToBgr8P_nearest", rg8ToBgr8P_nearest, 2},
                                                            {"gb8ToBgr8P_nearest", gb8ToBgr8P_nearest, 2},
@@ -148,14 +139,11 @@ std::vector<Kernel> kernels() {
     k.push_back({"unpacked", 1, 1, packedRows, [](int h, int w) { return px(h, w) + 1; },
                  [](const uint8_t* s, int h, int w, uint8_t* d) { unpacked(s, h, w, 3 * w / 2 + 5, d); }});
 
-    const struct {
-        uint32_t format;
-        size_t (*out)(int, int);
-    } layouts[] = {{ZEL_PIX_BGR8, px3},         {ZEL_PIX_RGB8, px3},         {ZEL_PIX_BGRA8, px4}, {ZEL_PIX_RGBA8, px4},
+    const std::pair<uint32_t, size_t (*)(int, int)> layouts[] = {{ZEL_PIX_BGR8, px3},         {ZEL_PIX_RGB8, px3},         {ZEL_PIX_BGRA8, px4}, {ZEL_PIX_RGBA8, px4},
                    {ZEL_PIX_RGB8_PLANAR, px3},  {ZEL_PIX_BGR8_PLANAR, px3},  {ZEL_PIX_MONO8, px}};
-    for (const auto& l : layouts)
-        k.push_back({"mono8Convert", 1, 1, px, l.out,
-                     [f = l.format](const uint8_t* s, int h, int w, uint8_t* d) { mono8Convert(s, d, h, w, f); }});
+    for (const auto& [format, out] : layouts)
+        k.push_back({"mono8Convert", 1, 1, px, out,
+                     [f = format](const uint8_t* s, int h, int w, uint8_t* d) { mono8Convert(s, d, h, w, f); }});
     k.push_back({"bgrToBgra", 1, 1, px3, px4, [](const uint8_t* s, int h, int w, uint8_t* d) { bgrToBgra(s, h, w, d); }});
 
     // Shading correction: the input holds the samples, then the entries

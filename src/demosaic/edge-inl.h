@@ -178,23 +178,29 @@ HWY_INLINE void readOldGreens(const simd::EdgeRun<T>& run, const GreenSources& g
         }
     }
 }
-// The new greens the pass computes, into the store.
+// The new greens the pass computes, into the store. Greens kept in the
+// output pixels (greenStep 3) of a row the pass completes (the red sites'
+// row y, when lowerDone) are not written here: the pixels of that row are
+// stored whole right after, their greens the same values.
 template <typename T>
-HWY_INLINE void writeNewGreens(const simd::EdgeRun<T>& run, const GreenSources& g, int x, int count, const T* src) {
+HWY_INLINE void writeNewGreens(const simd::EdgeRun<T>& run, const GreenSources& g, bool lowerDone, int x, int count,
+                               const T* src) {
     const bool oneLine = run.greenStep == 1 && run.greens[2] == run.greens[3];
     if (oneLine && g.to[0] == edge::Src::Compute && g.to[1] == edge::Src::Compute) {
         std::memcpy(run.greens[2] + x, src, count * sizeof(T));
         return;
     }
+    const bool put[2] = {g.to[0] == edge::Src::Compute && !(lowerDone && run.greenStep == 3),
+                         g.to[1] == edge::Src::Compute};
     int done = 0;  // columns written a vector at a time, the same for both groups
     if constexpr (sizeof(T) == 2) {
         if (run.greenStep == 3) {
             for (int site = 0; site < 2; ++site)
-                if (g.to[site] == edge::Src::Compute) done = greensIntoPixels(run.greens[2 + site], site, x, count, src);
+                if (put[site]) done = greensIntoPixels(run.greens[2 + site], site, x, count, src);
         }
     }
     for (int site = 0; site < 2; ++site) {
-        if (g.to[site] != edge::Src::Compute) continue;
+        if (!put[site]) continue;
         T* line = run.greens[2 + site] + run.greenStep * x;
         for (int j = site + done; j < count; j += 2) line[run.greenStep * j] = src[j];
     }
@@ -246,7 +252,7 @@ HWY_FLATTEN int EdgeSpan(const simd::EdgeRun<T>& run, const edge::PassKind& kind
             aliasGreens(g, cols, oldG + 2, newG + 2);
             // The store before the pixels: a green row that shares the last
             // output row is overwritten by its pixels, as in the scalar walk.
-            writeNewGreens(run, g, x, cols, newG + 2);
+            writeNewGreens(run, g, kind.lower, x, cols, newG + 2);
             // A pass that only carries greens to a band completes no pixel.
             for (int j = 0; kind.upper || kind.lower; j += 2 * n) {
                 j = std::min(j, cols - 2 * n);

@@ -130,8 +130,8 @@ FAULTS = [
      "for (int j = site; j < count; j += 2) dst[j] = line[run.greenStep * (j + 1)];"),
     ("edge16-vector-green-lanes", "src/demosaic/edge-inl.h", "hn::OddEven(fromBlue, fromRed)",
      "hn::OddEven(fromRed, fromBlue)"),
-    ("edge16-vector-green-store", "src/demosaic/edge-inl.h", "site == 0 ? hn::OddEven(green, fresh) : hn::OddEven(fresh, green)",
-     "hn::OddEven(green, fresh)"),
+    ("edge16-vector-green-store", "src/demosaic/edge-inl.h", "hn::OddEven(hn::LoadU(d, src + j), green)",
+     "hn::OddEven(green, hn::LoadU(d, src + j))"),
     ("edge-vector-window-carry", "src/demosaic/edge-inl.h", "difference<int>(run.row[site][c], e.oldG)",
      "difference<int>(run.row[site][c], e.newG)"),
     # ---- entry checks, records and row bands

@@ -127,11 +127,11 @@ HWY_INLINE int greensOfPixels(const T* red, const T* blue, int x, int count, T* 
     }
     return j;
 }
-// Writes the greens src[j] of one site (0: even j, 1: odd j) into sample 1
-// of the pixels of `line`; the pixels' other samples are stored back as they
-// were read.
+// Writes the greens src[j] of the blue sites (odd j) into sample 1 of the
+// pixels of `line`; the pixels' other samples are stored back as they were
+// read.
 template <typename T>
-HWY_INLINE int greensIntoPixels(T* line, int site, int x, int count, const T* src) {
+HWY_INLINE int blueGreensIntoPixels(T* line, int x, int count, const T* src) {
     const hn::ScalableTag<T> d;
     const int n = static_cast<int>(hn::Lanes(d));
     int j = 0;
@@ -139,8 +139,7 @@ HWY_INLINE int greensIntoPixels(T* line, int site, int x, int count, const T* sr
         T* p = line + 3 * (x + j) - 1;
         hn::Vec<decltype(d)> s0, green, s2;
         hn::LoadInterleaved3(d, p, s0, green, s2);
-        const auto fresh = hn::LoadU(d, src + j);
-        green = site == 0 ? hn::OddEven(green, fresh) : hn::OddEven(fresh, green);
+        green = hn::OddEven(hn::LoadU(d, src + j), green);
         hn::StoreInterleaved3(s0, green, s2, d, p);
     }
     return j;
@@ -181,7 +180,8 @@ HWY_INLINE void readOldGreens(const simd::EdgeRun<T>& run, const GreenSources& g
 // The new greens the pass computes, into the store. Greens kept in the
 // output pixels (greenStep 3) of a row the pass completes (the red sites'
 // row y, when lowerDone) are not written here: the pixels of that row are
-// stored whole right after, their greens the same values.
+// stored whole right after, their greens the same values. The blue sites'
+// row y+1 waits for the next pass and takes its greens a vector at a time.
 template <typename T>
 HWY_INLINE void writeNewGreens(const simd::EdgeRun<T>& run, const GreenSources& g, bool lowerDone, int x, int count,
                                const T* src) {
@@ -192,17 +192,14 @@ HWY_INLINE void writeNewGreens(const simd::EdgeRun<T>& run, const GreenSources& 
     }
     const bool put[2] = {g.to[0] == edge::Src::Compute && !(lowerDone && run.greenStep == 3),
                          g.to[1] == edge::Src::Compute};
-    int done = 0;  // columns written a vector at a time, the same for both groups
+    int done[2] = {0, 0};  // columns written a vector at a time
     if constexpr (sizeof(T) == 2) {
-        if (run.greenStep == 3) {
-            for (int site = 0; site < 2; ++site)
-                if (put[site]) done = greensIntoPixels(run.greens[2 + site], site, x, count, src);
-        }
+        if (run.greenStep == 3 && put[1]) done[1] = blueGreensIntoPixels(run.greens[3], x, count, src);
     }
     for (int site = 0; site < 2; ++site) {
         if (!put[site]) continue;
         T* line = run.greens[2 + site] + run.greenStep * x;
-        for (int j = site + done; j < count; j += 2) line[run.greenStep * j] = src[j];
+        for (int j = site + done[site]; j < count; j += 2) line[run.greenStep * j] = src[j];
     }
 }
 // Groups that mirror the other group of their colour (the first and last

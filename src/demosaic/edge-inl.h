@@ -74,32 +74,43 @@ HWY_INLINE void newGreens(const simd::EdgeRun<T>& run, int x, T* dst, typename S
 
 // The steps x + 2k: pixels (y-1, x-1 + 2k), (y-1, x + 2k), (y, x-1 + 2k) and
 // (y, x + 2k), of the rows the pass completes. oldG and newG hold the greens
-// from column x-2 on.
+// from column x-2 on. The window entries are columns x-2 .. x+1 (red, blue,
+// red, blue); each row's pixels are stored before the entries only the other
+// row needs are loaded, so that fewer values are alive at once than the
+// registers of the narrower targets hold.
 template <typename T, typename Store>
 HWY_INLINE void completeSteps(const simd::EdgeRun<T>& run, const edge::PassKind& kind, const Store& store, int x,
                               const T* oldG, const T* newG, typename SignedPairs<T>::S maxValue) {
     using SP = SignedPairs<T>;
     using S = typename SP::S;
+    using edge::difference;
     const T* const* r = run.row;
     const auto oa = SP::load(oldG), ob = SP::load(oldG + 2);
     const auto na = SP::load(newG), nb = SP::load(newG + 2);
-    const auto r0a = SP::load(r[0] + x - 2), r0b = SP::load(r[0] + x);
     const auto r1a = SP::load(r[1] + x - 2), r1b = SP::load(r[1] + x);
     const auto r2a = SP::load(r[2] + x - 2), r2b = SP::load(r[2] + x);
-    const auto r3a = SP::load(r[3] + x - 2), r3b = SP::load(r[3] + x);
-    using edge::difference;
-    const edge::WindowOf<S> w{{
-        {oa.even, difference(r0a.even, oa.even), na.even, difference(r2a.even, na.even)},
-        {oa.odd, difference(r1a.odd, oa.odd), na.odd, difference(r3a.odd, na.odd)},
-        {ob.even, difference(r0b.even, ob.even), nb.even, difference(r2b.even, nb.even)},
-        {ob.odd, difference(r1b.odd, ob.odd), nb.odd, difference(r3b.odd, nb.odd)},
-    }};
-    if (kind.upper)
+    // What both rows use.
+    edge::WindowOf<S> w;
+    w.e[1].oldD = difference(r1a.odd, oa.odd);
+    w.e[3].oldD = difference(r1b.odd, ob.odd);
+    w.e[0].newD = difference(r2a.even, na.even);
+    w.e[2].newD = difference(r2b.even, nb.even);
+    if (kind.upper) {
+        const auto r0a = SP::load(r[0] + x - 2), r0b = SP::load(r[0] + x);
+        w.e[1].oldG = oa.odd;
+        w.e[0].oldD = difference(r0a.even, oa.even);
+        w.e[2].oldD = difference(r0b.even, ob.even);
         store.pairs(run.upper + x - 1, SP::unsign(edge::upperBlueRule<S>(w, r1a.odd, maxValue)),
                     SP::unsign(edge::upperGreenRule<S>(w, r1b.even, maxValue)));
-    if (kind.lower)
+    }
+    if (kind.lower) {
+        const auto r3a = SP::load(r[3] + x - 2), r3b = SP::load(r[3] + x);
+        w.e[2].newG = nb.even;
+        w.e[1].newD = difference(r3a.odd, na.odd);
+        w.e[3].newD = difference(r3b.odd, nb.odd);
         store.pairs(run.lower + x - 1, SP::unsign(edge::lowerGreenRule<S>(w, r2a.odd, maxValue)),
                     SP::unsign(edge::lowerRedRule<S>(w, r2b.even, maxValue)));
+    }
 }
 
 // Where the pass takes each group of greens from: [0] red, [1] blue.

@@ -16,13 +16,15 @@ cmake --install "$work/build" --prefix "$work/prefix" >/dev/null
 [ ! -e "$work/configured" ] || { echo "install wrote to the configured prefix"; exit 1; }
 
 mkdir -p "$work/consumer"
-cp "$root/tests/c_header_test.c" "$work/consumer/main.c"
+cp "$root/tests/rows_example_test.c" "$work/consumer/main.c"
+cp "$root/tests/rows_example.c" "$work/consumer/"
 cat >"$work/consumer/CMakeLists.txt" <<'CMAKE'
 cmake_minimum_required(VERSION 3.20)
 project(consumer C)
 find_package(Zelvora REQUIRED)
+find_package(Threads REQUIRED)
 add_executable(consumer main.c)
-target_link_libraries(consumer PRIVATE Zelvora::Zelvora)
+target_link_libraries(consumer PRIVATE Zelvora::Zelvora Threads::Threads)
 CMAKE
 cmake -S "$work/consumer" -B "$work/consumer/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
 cmake --build "$work/consumer/build" >/dev/null
@@ -32,7 +34,7 @@ export PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name zelvora.pc)")
 libdir=$(pkg-config --variable=libdir zelvora)
 [ "$(cd "$libdir" && pwd -P)" = "$(cd "$(dirname "$PKG_CONFIG_PATH")" && pwd -P)" ] ||
   { echo "pkg-config points to $libdir"; exit 1; }
-cc -std=c99 "$work/consumer/main.c" $(pkg-config --cflags --libs zelvora) -Wl,-rpath,"$libdir" -o "$work/pc-consumer"
+cc -std=c99 -pthread "$work/consumer/main.c" $(pkg-config --cflags --libs zelvora) -Wl,-rpath,"$libdir" -o "$work/pc-consumer"
 "$work/pc-consumer"
 readelf -d "$libdir/libZelvora.so" | grep -q 'SONAME.*libZelvora.so.0' && echo "SONAME libZelvora.so.0"
 

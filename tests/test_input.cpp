@@ -10,7 +10,8 @@
 namespace {
 
 // (Every accepted code's reduction is checked against the tool's format
-// table, an independent list of the GigE Vision codes, by the tool's suite.)
+// table, an independent list of the GigE Vision codes, by the tool's suite;
+// odd strides and the bytes packed triples keep, by the frame suite.)
 TEST(Classify, RefusedCodesKeepTheWidenedCode) {
     // output layouts, Mono8 signed, 14-bit Bayer, YUV, and a code with its top bit set
     for (uint32_t code : {0x02180015u, 0x02180021u, 0x01080002u, 0x01100111u, 0x0110010Cu, 0x02100032u,
@@ -56,30 +57,6 @@ TEST(DeepSamples, KeepTheLowByteOfTheShiftedValue) {
             EXPECT_EQ(rows[i], c.expected) << std::hex << c.sample;
         }
     }
-}
-
-TEST(DeepSamples, RowStrideIsRoundedDownToEven) {
-    // Rows of 3 samples 7 bytes apart are read 6 bytes apart.
-    const auto src = halfwords({0x100, 0x200, 0x300, 0x400, 0x500, 0x600, 0x700});
-    uint8_t dst[6] = {};
-    u16Tou8(src.data(), 2, 3, 7, 8, dst);
-    const uint8_t expected[6] = {1, 2, 3, 4, 5, 6};
-    EXPECT_EQ(0, std::memcmp(dst, expected, 6));
-
-    uint8_t padded[4] = {};
-    u16Tou8(src.data(), 2, 2, 10, 8, padded);  // 10 bytes: rows start at samples 0 and 5
-    const uint8_t expectedPadded[4] = {1, 2, 6, 7};
-    EXPECT_EQ(0, std::memcmp(padded, expectedPadded, 4));
-}
-
-TEST(Packed, KeepsTheFirstAndThirdByteOfEachTriple) {
-    const uint8_t src[] = {0x11, 0xAB, 0x22, 0x33, 0xCD, 0x44, 0x55, 0xEF, 0x66, 0x77, 0x01, 0x88};
-    uint8_t flat[8] = {}, rows[8] = {};
-    unpacked_old(src, 2, 4, flat);
-    unpacked(src, 2, 4, 6, rows);
-    const uint8_t expected[8] = {0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88};
-    EXPECT_EQ(0, std::memcmp(flat, expected, 8));
-    EXPECT_EQ(0, std::memcmp(rows, expected, 8));
 }
 
 // Output bytes come in pairs: an odd width spills one byte into the next row

@@ -1,14 +1,14 @@
 // zelDemosaicing and zelDemosaicingRows beyond what the frame suite checks:
 // every refusal of either entry with its status and printed number, the
 // deliberate behaviours (unknown methods, in-place compaction, the scratch
-// kept across frames), and bands on several threads and handles at once.
+// kept across frames). (Bands on several threads and handles at once: the
+// README's threading example, run by rows_example_test.)
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <climits>
 #include <cstring>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "support.hpp"
@@ -163,40 +163,6 @@ TEST(Entries, ConvertersRefuseOtherOutputsWithoutWriting) {
         EXPECT_EQ(convert(frame, dst, 4, 4, ZEL_PIX_BGR8, 7, nullptr), ZEL_OK);
     }
     for (uint8_t b : dst) ASSERT_EQ(b, kCanary);
-}
-
-// Bands of 5 rows dealt out to 4 threads, each with its own handle, hold
-// the bytes of one whole-frame call.
-TEST(Entries, BandsOnSeveralThreadsAndHandlesAtOnce) {
-    constexpr int h = 67, w = 64, kThreads = 4, kBandRows = 5;
-    const size_t bytes = size_t{h} * w * 4;
-    const int32_t strides[] = {2 * w + 2, w + 5};
-    const uint32_t codes[] = {ZEL_PIX_BAYER_GB10, kRG8};
-    for (int k = 0; k < 2; ++k)
-        for (int32_t method = 0; method < 3; ++method) {
-            auto input = zeltest::randomBytes(size_t{h} * strides[k], 40 + k);
-            auto copy = input;  // the whole-frame call may compact its input
-            const ZelImage in{h, w, codes[k], input.data(), strides[k]};
-            ZelImage wholeIn{h, w, codes[k], copy.data(), strides[k]};
-            std::vector<uint8_t> whole(bytes, kCanary), out(bytes, kCanary);
-            ZelImage wholeOut{0, 0, 0, whole.data(), 0};
-            ASSERT_EQ(zelDemosaicing(Handle(ZEL_PIX_BGRA8).h, &wholeIn, method, &wholeOut), ZEL_OK);
-            std::vector<std::thread> threads;
-            std::vector<int32_t> statuses(kThreads, -1);
-            for (int t = 0; t < kThreads; ++t)
-                threads.emplace_back([&, t] {
-                    Handle handle(ZEL_PIX_BGRA8);
-                    ZelImage outRecord{0, 0, 0, out.data(), 0};
-                    int32_t status = ZEL_OK;
-                    for (int first = t * kBandRows; first < h && status == ZEL_OK; first += kThreads * kBandRows)
-                        status = zelDemosaicingRows(handle.h, &in, method, &outRecord, first,
-                                                    std::min(kBandRows, h - first));
-                    statuses[t] = status;
-                });
-            for (auto& t : threads) t.join();
-            EXPECT_EQ(statuses, std::vector<int32_t>(kThreads, ZEL_OK));
-            EXPECT_EQ(out, whole) << "family " << k << " method " << method;
-        }
 }
 
 }  // namespace

@@ -8,9 +8,8 @@
 //
 // Input: two FrameDesc, a BandDesc, then the bytes
 // the input buffers are filled with.
+#include <algorithm>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 #include "descs.hpp"
@@ -19,186 +18,128 @@
 
 namespace {
 
-using zelfuzz::BandDesc;
-using zelfuzz::Buffer;
-using zelfuzz::FrameDesc;
-using zelfuzz::Family;
-using zelfuzz::Reader;
+using namespace zelfuzz;
 
-FrameDesc readDesc(Reader& in) {
-    FrameDesc d;
-    d.visit(in);
-    return d;
+// The input bytes the header asks the caller for, by bits per stored sample.
+int64_t inputBytes(int bits, int64_t h, int64_t w, int64_t s) {
+    if (bits == 16) return s == 2 * w ? 2 * h * w : (h - 1) * (s & ~int64_t{1}) + 2 * w;
+    if (bits == 12) return s == w + w / 2 ? 3 * ((h * w + 1) / 2) : (h - 1) * s + 3 * ((w + 1) / 2);
+    return std::max(h * w, (h - 1) * s + w);
 }
 
-const zelfuzz::InputCode* findCode(uint32_t code) {
-    for (const auto& c : zelfuzz::kInputCodes)
-        if (c.code == code) return &c;
-    return nullptr;
-}
+// Bytes per pixel of a valid output layout, 0 for anything else.
+int bytesPerPixel(uint64_t layout) { return listed(kOutputCodes, layout) ? storedBits(layout) / 8 : 0; }
 
-// The input bytes the header asks the caller for.
-int64_t inputBytes(Family family, int64_t h, int64_t w, int64_t s) {
-    switch (family) {
-        case Family::Bytes: return std::max(h * w, (h - 1) * s + w);
-        case Family::Words: return s == 2 * w ? 2 * h * w : (h - 1) * (s & ~int64_t{1}) + 2 * w;
-        case Family::Packed: return s == w + w / 2 ? 3 * ((h * w + 1) / 2) : (h - 1) * s + 3 * ((w + 1) / 2);
-    }
-    return 0;
-}
-
-int bytesPerPixel(uint64_t layout) {
-    for (const auto& o : zelfuzz::kOutputCodes)
-        if (o.code == layout) return o.bytesPerPixel;
-    return 0;
-}
-
-[[noreturn]] void broken(const char* what) {
-    std::fprintf(stderr, "zelDemosaicing broke its contract: %s\n", what);
-    std::abort();
-}
-
-struct Frame {
-    const ZelImage& input;  // its data untouched by any call
+// A whole-frame call, which its band is checked against.
+struct Whole {
+    ZelImage input;  // over a copy of the input that no call has touched
     size_t inputBytes;
     int32_t method;
-    int64_t rowBytes;  // of one unpadded input row
-    const Buffer& whole;  // the whole frame's output, zero where it wrote nothing
-    int32_t wholeStatus;
+    bool fullRows;  // the stride holds at least one unpadded row
+    const Buffer& output;  // zero where the call wrote nothing
+    int32_t status;
 };
 
 // Runs the band twice, into outputs of all zeros and all ones: a byte that
 // comes out the same in both was written.
-void checkBand(ZelHandle* handle, const Frame& f, const BandDesc& band) {
+void checkBand(ZelHandle* handle, const Whole& f, const BandDesc& band) {
     const int32_t h = f.input.height;
-    const int32_t w = f.input.width;
     const int32_t first = band.first % (h + 2) - 1;
     const int32_t count = band.count % (h + 2);
-    Buffer input(f.inputBytes);
-    std::memcpy(input.data(), f.input.data, f.inputBytes);
+    const Buffer input(f.input.data, f.inputBytes);
     ZelImage src = f.input;
     src.data = input.data();
-    Buffer zeros(f.whole.size), ones(f.whole.size);
-    std::memset(zeros.data(), 0, zeros.size);
-    std::memset(ones.data(), 0xFF, ones.size);
+    const Buffer zeros(f.output.size, 0), ones(f.output.size, 0xFF);
     ZelImage out0{0, 0, 0, zeros.data(), 0}, out1{0, 0, 0, ones.data(), 0};
     const int32_t status = zelDemosaicingRows(handle, &src, f.method, &out0, first, count);
-    if (zelDemosaicingRows(handle, &src, f.method, &out1, first, count) != status)
-        broken("the same band gave two statuses");
-    if (std::memcmp(input.data(), f.input.data, f.inputBytes) != 0) broken("a band changed its input");
-    const bool inside = first >= 0 && count > 0 && first + count <= h;
-    if (inside && f.input.stride >= f.rowBytes) {
-        if (status != f.wholeStatus) broken("a band and the whole frame got different statuses");
-    } else if (status == ZEL_OK) {
-        broken("a band outside the frame, or over rows shorter than the stride, was accepted");
-    }
+    require(zelDemosaicingRows(handle, &src, f.method, &out1, first, count) == status,
+            "the same band gave two statuses");
+    require(std::memcmp(input.data(), f.input.data, f.inputBytes) == 0, "a band changed its input");
+    if (first >= 0 && count > 0 && first + count <= h && f.fullRows)
+        require(status == f.status, "a band and the whole frame got different statuses");
+    else
+        require(status != ZEL_OK, "a band outside the frame, or over rows shorter than the stride, was accepted");
     const uint64_t layout = handle->outputFormat;
-    const bool planar = layout == 0x02180021 || layout == 0x02180025;
+    const bool planar = layout == ZEL_PIX_RGB8_PLANAR || layout == ZEL_PIX_BGR8_PLANAR;
     const int bpp = bytesPerPixel(layout);
-    const size_t rowLength = static_cast<size_t>(w) * (planar ? 1 : bpp);
-    const size_t plane = static_cast<size_t>(h) * w;
-    for (size_t i = 0; i < f.whole.size; ++i) {
-        const bool written = zeros.data()[i] == ones.data()[i];
+    const size_t rowLength = static_cast<size_t>(f.input.width) * (planar ? 1 : bpp);
+    const size_t plane = static_cast<size_t>(h) * f.input.width;
+    for (size_t i = 0; i < f.output.size; ++i) {
+        const uint8_t whole = f.output.data()[i];
         const int64_t row = static_cast<int64_t>((planar ? i % plane : i) / rowLength);
         const bool ours = status == ZEL_OK && row >= first && row < first + count;
-        if (written && !ours) broken("a band wrote outside its rows");
-        if (written && zeros.data()[i] != f.whole.data()[i]) broken("a band wrote a byte the whole frame does not");
-        // Every byte of its rows but the fourth of four-byte pixels, which
-        // the edge-directed kernels leave alone.
-        if (ours && !written && f.whole.data()[i] != 0 && !(bpp == 4 && i % 4 == 3))
-            broken("a band left a byte of its rows unwritten");
+        const bool written = zeros.data()[i] == ones.data()[i];
+        require(!written || ours, "a band wrote outside its rows");
+        require(!written || zeros.data()[i] == whole, "a band wrote a byte the whole frame does not");
+        // All of its rows' bytes but the fourth of four-byte pixels, which the
+        // edge-directed kernels leave alone.
+        require(written || !ours || whole == 0 || (bpp == 4 && i % 4 == 3), "a band left a byte of its rows unwritten");
     }
 }
 
 void runFrame(ZelHandle* handle, const FrameDesc& d, const BandDesc& band, Reader& in) {
-    const uint32_t code = d.codePick < 248 ? zelfuzz::kInputCodes[d.codePick % zelfuzz::kInputCodeCount].code
-                                           : d.rawCode;
-    // Up to 71 x 71, or negative.
-    int32_t h = d.height >= 0 ? d.height % 72 : d.height;
-    int32_t w = d.width >= 0 ? d.width % 72 : d.width;
-    if (d.sizePick >= 250) {
-        // Pixel counts of 2^31 and beyond: refused before anything is touched.
-        static constexpr int32_t kBig[][2] = {{65536, 32768}, {INT32_MAX, 4}, {46341, 46341}, {4, INT32_MAX},
-                                              {32768, 65536}, {INT32_MAX, INT32_MAX}};
-        h = kBig[d.sizePick - 250][0];
-        w = kBig[d.sizePick - 250][1];
-    }
-    const zelfuzz::InputCode* known = findCode(code);
-    const Family family = known != nullptr ? known->family : Family::Bytes;
-    const int64_t row = zelfuzz::rowBytes(family, w);
-    int64_t stride = row;
-    switch (d.strideKind % 4) {
-        case 0: break;
-        case 1: stride = row + (d.rawStride & 63); break;
-        case 2: stride = row - (d.rawStride & 63); break;
-        case 3: stride = d.rawStride % 1024; break;  // wider strides only cost time
-    }
-    stride = std::clamp<int64_t>(stride, INT32_MIN, INT32_MAX);
-
+    const uint32_t code = d.codePick < 248 ? kInputCodes[d.codePick % kInputCodeCount] : d.rawCode;
+    // Up to 71 x 71 or negative; or pixel counts of 2^31 and beyond, refused
+    // before anything is touched.
+    static constexpr int32_t kBig[][2] = {{65536, 32768}, {INT32_MAX, 4},     {46341, 46341},
+                                          {4, INT32_MAX},  {32768, 65536}, {INT32_MAX, INT32_MAX}};
+    const bool big = d.sizePick >= 250;
+    const int32_t h = big ? kBig[d.sizePick - 250][0] : d.height >= 0 ? d.height % 72 : d.height;
+    const int32_t w = big ? kBig[d.sizePick - 250][1] : d.width >= 0 ? d.width % 72 : d.width;
+    const bool known = listed(kInputCodes, code);
+    const int bits = known ? storedBits(code) : 8;
+    const int64_t row = rowBytes(bits, w);
+    // Packed rows, padded ones, rows shorter than a row, or any stride below
+    // 1024 (wider ones only cost time).
+    const int64_t strides[] = {row, row + (d.rawStride & 63), row - (d.rawStride & 63), d.rawStride % 1024};
+    const int64_t stride = std::clamp<int64_t>(strides[d.strideKind % 4], INT32_MIN, INT32_MAX);
     const int32_t method = d.methodPick < 240 ? d.methodPick % 3 : static_cast<int8_t>(d.methodPick);
-    if (d.layoutPick < 224) {
-        const ZelPixelType layout = zelfuzz::kOutputCodes[d.layoutPick % zelfuzz::kOutputCodeCount].code;
-        if (zelDemosaicSetConfig(handle, &layout) != ZEL_OK) broken("a valid layout was refused");
-    } else if (d.layoutPick < 240) {
-        const ZelPixelType before = handle->outputFormat;
-        if (zelDemosaicSetConfig(handle, &d.rawLayout) == ZEL_OK) {
-            if (bytesPerPixel(d.rawLayout) == 0) broken("an invalid layout was accepted");
-        } else if (handle->outputFormat != before) {
-            broken("a refused layout changed the handle");
-        }
+
+    const ZelPixelType layout = d.layoutPick < 224 ? kOutputCodes[d.layoutPick % kOutputCodeCount] : d.rawLayout;
+    const ZelPixelType before = handle->outputFormat;
+    if (d.layoutPick >= 240) {
+        handle->outputFormat = layout;  // the record is public; the converters must refuse it
+    } else if (zelDemosaicSetConfig(handle, &layout) == ZEL_OK) {
+        require(bytesPerPixel(layout) > 0, "an invalid layout was accepted");
     } else {
-        handle->outputFormat = d.rawLayout;  // the record is public; the converters must refuse it
+        require(bytesPerPixel(layout) == 0, "a valid layout was refused");
+        require(handle->outputFormat == before, "a refused layout changed the handle");
     }
 
     // Calls the entry must refuse get buffers of no bytes at all.
-    const bool accepted = known != nullptr && h > 3 && w > 3 && stride > 3 && int64_t{h} * w <= INT32_MAX;
-    Buffer input(accepted ? static_cast<size_t>(inputBytes(family, h, w, stride)) : 0);
-    in.fill(input.data(), input.size);
-    const int bpp = bytesPerPixel(handle->outputFormat);
-    Buffer output(accepted ? static_cast<size_t>(int64_t{h} * w * bpp) : 0);
-    std::memset(output.data(), 0, output.size);
+    const bool accepted = known && h > 3 && w > 3 && stride > 3 && int64_t{h} * w <= INT32_MAX;
+    const Buffer input(accepted ? static_cast<size_t>(inputBytes(bits, h, w, stride)) : 0, in);
+    const Buffer output(accepted ? static_cast<size_t>(int64_t{h} * w * bytesPerPixel(handle->outputFormat)) : 0, 0);
     // The whole-frame call may pack 8-bit rows in place; bands start from this copy.
     const bool bands = (band.enable & 1) && accepted && d.nulls < 252;
-    Buffer pristine(bands ? input.size : 0);
-    if (bands) std::memcpy(pristine.data(), input.data(), input.size);
+    const Buffer pristine(input.data(), bands ? input.size : 0);
 
-    ZelImage src{h, w, code, input.data(), static_cast<int32_t>(stride)};
-    const ZelImage before{-7, -7, 0xDEADBEEF, output.data(), 12345};
-    ZelImage dst = before;
-    if (d.nulls >= 252) {
-        switch (d.nulls) {
-            case 252: src.data = nullptr; break;
-            case 253: dst.data = nullptr; break;
-            case 254: handle = nullptr; break;
-            default: break;
-        }
-    }
-    const int32_t status = zelDemosaicing(handle, d.nulls == 255 ? nullptr : &src, method, &dst);
+    ZelImage src{h, w, code, d.nulls == 252 ? nullptr : input.data(), static_cast<int32_t>(stride)};
+    const ZelImage unset{-7, -7, 0xDEADBEEF, d.nulls == 253 ? nullptr : output.data(), 12345};
+    ZelImage dst = unset;
+    const int32_t status =
+        zelDemosaicing(d.nulls == 254 ? nullptr : handle, d.nulls == 255 ? nullptr : &src, method, &dst);
     if (status == ZEL_OK) {
-        if (!accepted) broken("a call it must refuse succeeded");
-        if (dst.height != h || dst.width != w || dst.stride != before.stride ||
-            dst.pixelFormat != static_cast<uint32_t>(handle->outputFormat))
-            broken("the output record is not the input's size and the handle's layout");
-    } else if (dst.height != before.height || dst.width != before.width || dst.pixelFormat != before.pixelFormat) {
-        broken("a failed call changed the output record");
+        require(accepted && d.nulls < 252, "a call it must refuse succeeded");
+        require(dst.height == h && dst.width == w && dst.stride == unset.stride &&
+                    dst.pixelFormat == static_cast<uint32_t>(handle->outputFormat),
+                "the output record is not the input's size and the handle's layout");
+    } else {
+        require(dst.height == unset.height && dst.width == unset.width && dst.pixelFormat == unset.pixelFormat,
+                "a failed call changed the output record");
     }
-    if (bands) {
-        ZelImage untouched = src;
-        untouched.data = pristine.data();
-        checkBand(handle, {untouched, pristine.size, method, row, output, status}, band);
-    }
+    src.data = pristine.data();
+    if (bands) checkBand(handle, {src, pristine.size, method, stride >= row, output, status}, band);
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Reader in(data, size);
-    const FrameDesc first = readDesc(in);
-    const FrameDesc second = readDesc(in);
-    BandDesc band;
-    band.visit(in);
+    const auto first = in.take<FrameDesc>(), second = in.take<FrameDesc>();
+    const auto band = in.take<BandDesc>();
     ZelHandle* handle = nullptr;
-    if (zelCreate(&handle) != ZEL_OK) std::abort();
+    require(zelCreate(&handle) == ZEL_OK, "zelCreate failed");
     runFrame(handle, first, band, in);
     runFrame(handle, second, band, in);
     zelRelease(&handle);

@@ -61,10 +61,8 @@ void demosaicSeeds() {
             zelfuzz::BandDesc band{1, static_cast<uint8_t>(code % 3 == 0 ? 1 : 5 + method),
                                    static_cast<uint8_t>(3 + code % 9)};
             Writer w;
-            first.visit(w);
-            second.visit(w);
-            band.visit(w);
-            const int64_t row = zelfuzz::rowBytes(zelfuzz::kInputCodes[code].family, first.width) + 4;
+            w.put(first).put(second).put(band);
+            const int64_t row = zelfuzz::rowBytes(zelfuzz::storedBits(zelfuzz::kInputCodes[code]), first.width) + 4;
             w.bytes(scene(first.height, row, code));
             save("demosaic", "frame-" + std::to_string(count++), w.data());
         }
@@ -83,7 +81,7 @@ void shadingSeeds() {
                                              .region = uint8_t(mode << 2), .pixelType = depth * 5 + mode,
                                              .correction = uint8_t(mode)};
                 Writer w;
-                d.visit(w);
+                w.put(d);
                 // Grey levels well above dark ones, falling off towards the corners.
                 std::vector<uint8_t> grey = scene(32 + d.width, 32 * 4, count);
                 for (size_t i = 0; i < grey.size(); i += 4) grey[i + 1] = static_cast<uint8_t>(0xC0 | grey[i + 1]);
@@ -103,7 +101,7 @@ void deepSeeds() {
             zelfuzz::DeepDesc d{which, static_cast<int8_t>(9 + variant), static_cast<int8_t>(12 + variant),
                                       variant};
             Writer w;
-            d.visit(w);
+            w.put(d);
             w.bytes(scene(d.height + 8, 2 * (d.width + 8), variant));
             save("deep", "deep-" + std::to_string(count++), w.data());
         }

@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 namespace zelfuzz {
@@ -39,6 +40,14 @@ public:
         if (pos_ < size_) std::memcpy(&value, data_ + pos_, std::min(sizeof(T), size_ - pos_));
         pos_ += sizeof(T);
         return value;
+    }
+
+    // The next `count` bytes as they stand, fewer where the stream ends.
+    std::string_view bytes(size_t count) {
+        const size_t start = std::min(pos_, size_);
+        count = std::min(count, size_ - start);
+        pos_ = start + count;
+        return {reinterpret_cast<const char*>(data_ + start), count};
     }
 
     // Fills `out` from the stream and moves on; when the stream runs out it

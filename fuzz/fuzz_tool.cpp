@@ -9,15 +9,17 @@
 // command line separated by NUL bytes. The command runs in a temporary
 // directory of its own; words with a '/' are not run, so nothing outside it is
 // read or written.
-#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "args.hpp"
@@ -32,21 +34,15 @@ std::string g_directory;
 // ZELVORA_FUZZ_VERBOSE=1 prints the tool's error lines, to see what an input does.
 const bool g_verbose = std::getenv("ZELVORA_FUZZ_VERBOSE") != nullptr;
 
-void removeDirectory() {
-    if (g_directory.empty()) return;
-    if (DIR* dir = opendir(g_directory.c_str())) {
-        while (const dirent* entry = readdir(dir)) {
-            const std::string name = entry->d_name;
-            if (name != "." && name != "..") unlink((g_directory + "/" + name).c_str());
-        }
-        closedir(dir);
-    }
+void emptyDirectory() {
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(g_directory, error))
+        std::filesystem::remove_all(entry.path(), error);
 }
 
-void writeFile(const char* name, const uint8_t* bytes, size_t size) {
+void writeFile(const char* name, std::string_view bytes) {
     std::FILE* f = std::fopen(name, "wb");
-    if (f == nullptr) std::abort();
-    if (size > 0 && std::fwrite(bytes, 1, size, f) != size) std::abort();
+    if (f == nullptr || std::fwrite(bytes.data(), 1, bytes.size(), f) != bytes.size()) std::abort();
     std::fclose(f);
 }
 
@@ -76,8 +72,8 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
     if (mkdtemp(pattern.data()) == nullptr) std::abort();
     g_directory = pattern;
     std::atexit([] {
-        removeDirectory();
-        rmdir(g_directory.c_str());
+        std::error_code error;
+        std::filesystem::remove_all(g_directory, error);
     });
     // The tool reads "-" as standard input and writes pictures to standard output.
     if (std::freopen("/dev/null", "r", stdin) == nullptr || std::freopen("/dev/null", "w", stdout) == nullptr)
@@ -87,32 +83,18 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     zelfuzz::Reader in(data, size);
-    const uint8_t command = in.take<uint8_t>();
-    uint16_t lengths[3];
-    for (auto& length : lengths) length = in.take<uint16_t>();
-    size_t pos = 7;
-    const char* const names[3] = {"a", "b", "c"};
-    std::vector<std::pair<const uint8_t*, size_t>> files;
-    for (const uint16_t length : lengths) {
-        const size_t n = pos < size ? std::min<size_t>(length, size - pos) : 0;
-        files.emplace_back(data + std::min(pos, size), n);
-        pos += n;
+    const auto command = in.take<uint8_t>();
+    const uint16_t lengths[3] = {in.take<uint16_t>(), in.take<uint16_t>(), in.take<uint16_t>()};
+    const std::string_view files[3] = {in.bytes(lengths[0]), in.bytes(lengths[1]), in.bytes(lengths[2])};
+    std::vector<std::string> words(1);
+    for (const char c : in.bytes(size)) {
+        if (c == '/') return -1;  // keeps the corpus free of such inputs
+        if (c == '\0') words.emplace_back();
+        else words.back() += c;
     }
-    std::vector<std::string> words;
-    std::string word;
-    for (size_t i = pos; i < size; ++i) {
-        if (data[i] == 0) {
-            words.push_back(word);
-            word.clear();
-        } else {
-            if (data[i] == '/') return -1;  // keeps the corpus free of such inputs
-            word.push_back(static_cast<char>(data[i]));
-        }
-    }
-    if (!word.empty()) words.push_back(word);
+    if (words.back().empty()) words.pop_back();
     // "-" is standard input or output, which the fuzzer must not block on.
-    for (const auto& w : words)
-        if (w == "-") return -1;
+    if (std::find(words.begin(), words.end(), "-") != words.end()) return -1;
 
     if (command % 3 == 2) {
         for (const auto& w : words) parseWord(w);
@@ -122,13 +104,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // (logs, corpus) stay where it was started.
     const int home = open(".", O_RDONLY | O_DIRECTORY);
     if (home < 0 || chdir(g_directory.c_str()) != 0) std::abort();
-    for (size_t i = 0; i < files.size(); ++i) writeFile(names[i], files[i].first, files[i].second);
+    writeFile("a", files[0]), writeFile("b", files[1]), writeFile("c", files[2]);
     try {
-        if (command % 3 == 0) {
-            zelvora::runConvert(words);
-        } else {
-            zelvora::runLsc(words);
-        }
+        command % 3 == 0 ? zelvora::runConvert(words) : zelvora::runLsc(words);
     } catch (const zelvora::Failure& e) {
         // The one-line error the tool prints: the expected end of bad input.
         if (g_verbose) std::fprintf(stderr, "zelvora: %s\n", e.what());
@@ -136,7 +114,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         std::fprintf(stderr, "zelvora let an exception through: %s\n", e.what());
         std::abort();
     }
-    removeDirectory();
+    emptyDirectory();
     if (fchdir(home) != 0) std::abort();
     close(home);
     return 0;

@@ -1,6 +1,6 @@
 // Helpers of the tool's tests: a scratch directory, running the built tool in
-// it, the library's own demosaicing of a frame, and PNG files read back
-// through libpng.
+// it, the library's own demosaicing of a frame, and PNG and TIFF files read
+// back through libpng and libtiff.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -15,7 +15,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -77,70 +76,64 @@ inline void expectMentions(const std::string& text, std::initializer_list<const 
 }
 
 struct Outcome {
-    int exitCode;
+    int status;          // as waitpid reports it
+    int exitCode;        // -1 when a signal ended the run
+    long peakKilobytes;  // the tool's peak resident size
     std::string out;
     std::string err;
 };
 
-// Runs the built zelvora inside `dir` with the words of `line` (separated by
-// spaces, so file names are relative to the directory; "<file" redirects
-// standard input).
-inline Outcome runTool(const std::string& line, const ScratchDir& dir) {
-    std::string command = "cd '" + (dir / "") + "' && '" ZELVORA_TOOL_BINARY "'";
-    std::istringstream words(line);
-    // "<file" redirects standard input.
-    for (std::string word; words >> word;) command += (word[0] == '<' ? " <'" + word.substr(1) : " '" + word) + "'";
-    command += " >.stdout 2>.stderr";
-    const int status = std::system(command.c_str());
-    Outcome run{WIFEXITED(status) ? WEXITSTATUS(status) : -1, readText(dir / ".stdout"), readText(dir / ".stderr")};
-    std::filesystem::remove(dir / ".stdout");
-    std::filesystem::remove(dir / ".stderr");
-    return run;
-}
-
-// Starts the built zelvora inside `dir` with `words`, standard output and
-// error going to .stdout and .stderr there, the fatal signals at their
-// defaults. The caller waits for it.
-inline pid_t spawnTool(const std::vector<std::string>& words, const ScratchDir& dir) {
+// Starts the built zelvora inside `dir` with the words of `line` (separated
+// by spaces, so file names are relative to the directory; "<file" redirects
+// standard input), the fatal signals at their defaults. finishTool waits.
+inline pid_t spawnTool(const std::string& line, const ScratchDir& dir) {
+    std::vector<std::string> words;
+    std::istringstream split(line);
+    for (std::string word; split >> word;) words.push_back(word);
     const pid_t pid = fork();
     if (pid != 0) return pid;
     if (chdir((dir / "").c_str()) != 0) _exit(126);
+    std::vector<char*> argv{const_cast<char*>(ZELVORA_TOOL_BINARY)};
+    for (std::string& word : words) {
+        if (word[0] == '<') dup2(open(word.c_str() + 1, O_RDONLY), STDIN_FILENO);
+        else argv.push_back(word.data());
+    }
+    argv.push_back(nullptr);
     dup2(open(".stdout", O_WRONLY | O_CREAT | O_TRUNC, 0644), STDOUT_FILENO);
     dup2(open(".stderr", O_WRONLY | O_CREAT | O_TRUNC, 0644), STDERR_FILENO);
     for (int number : {SIGTERM, SIGINT, SIGHUP}) signal(number, SIG_DFL);
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
-    std::vector<char*> argv{const_cast<char*>(ZELVORA_TOOL_BINARY)};
-    for (const std::string& word : words) argv.push_back(const_cast<char*>(word.c_str()));
-    argv.push_back(nullptr);
     execv(argv[0], argv.data());
     _exit(127);
 }
 
-struct Finished {
-    int status;          // as waitpid reports it
-    long peakKilobytes;  // the child's peak resident size
-};
-
-inline Finished waitForTool(pid_t pid) {
+// Waits for the tool and collects what it printed, leaving the directory as
+// the tool left it.
+inline Outcome finishTool(pid_t pid, const ScratchDir& dir) {
     int status = 0;
     struct rusage usage {};
     wait4(pid, &status, 0, &usage);
-    return {status, usage.ru_maxrss};
+    Outcome run{status, WIFEXITED(status) ? WEXITSTATUS(status) : -1, usage.ru_maxrss, readText(dir / ".stdout"),
+                readText(dir / ".stderr")};
+    std::filesystem::remove(dir / ".stdout");
+    std::filesystem::remove(dir / ".stderr");
+    return run;
 }
 
-// What the library itself makes of a frame with the nearest method, in the
-// given output layout.
+inline Outcome runTool(const std::string& line, const ScratchDir& dir) { return finishTool(spawnTool(line, dir), dir); }
+
+// What the library itself makes of a frame in the given output layout.
 inline Bytes libraryOutput(Bytes frame, uint32_t format, int32_t width, int32_t height, int32_t stride,
-                           ZelPixelType layout, int bytesPerPixel) {
+                           ZelPixelType layout, int bytesPerPixel, int32_t method = ZEL_DEMOSAIC_NEAREST) {
     ZelHandle* handle = nullptr;
     zelCreate(&handle);
     zelDemosaicSetConfig(handle, &layout);
     Bytes out(static_cast<size_t>(width * height * bytesPerPixel));
     ZelImage in{height, width, format, frame.data(), stride};
     ZelImage result{0, 0, 0, out.data(), 0};
-    EXPECT_EQ(zelDemosaicing(handle, &in, ZEL_DEMOSAIC_NEAREST, &result), 0);
+    EXPECT_EQ(zelDemosaicing(handle, &in, method, &result), 0);
     zelRelease(&handle);
     return out;
 }
@@ -155,23 +148,27 @@ struct PngPicture {
     std::array<int, 5> shape() const { return {width, height, channels, bitDepth, significantBits}; }
 };
 
+// One row's samples: bytes, or 16-bit words big-endian (PNG) or in the
+// machine's order (TIFF as libtiff hands them out).
+inline void appendRow(const Bytes& r, PngPicture* p, bool bigEndian) {
+    for (size_t i = 0; i < static_cast<size_t>(p->width * p->channels); ++i)
+        p->samples.push_back(static_cast<uint16_t>(p->bitDepth == 8 ? r[i]
+                                                   : bigEndian      ? r[2 * i] << 8 | r[2 * i + 1]
+                                                                    : r[2 * i] | r[2 * i + 1] << 8));
+}
+
 // Plain data only in the frame that libpng may jump back to.
 inline bool decodePng(png_structp png, png_infop info, std::FILE* file, PngPicture* p, Bytes* row) {
     if (setjmp(png_jmpbuf(png))) return false;
     png_init_io(png, file);
     png_read_info(png, info);
-    p->width = static_cast<int>(png_get_image_width(png, info));
-    p->height = static_cast<int>(png_get_image_height(png, info));
-    p->channels = png_get_channels(png, info);
-    p->bitDepth = png_get_bit_depth(png, info);
     png_color_8p sig = nullptr;
-    if (png_get_sBIT(png, info, &sig) != 0) p->significantBits = sig->red;
+    *p = {static_cast<int>(png_get_image_width(png, info)), static_cast<int>(png_get_image_height(png, info)),
+          png_get_channels(png, info), png_get_bit_depth(png, info), png_get_sBIT(png, info, &sig) ? sig->red : 0, {}};
     row->resize(png_get_rowbytes(png, info));
-    const Bytes& r = *row;
     for (int y = 0; y < p->height; ++y) {
         png_read_row(png, row->data(), nullptr);
-        for (size_t i = 0; i < static_cast<size_t>(p->width * p->channels); ++i)
-            p->samples.push_back(p->bitDepth == 16 ? static_cast<uint16_t>((r[2 * i] << 8) | r[2 * i + 1]) : r[i]);
+        appendRow(*row, p, true);
     }
     png_read_end(png, nullptr);
     return true;
@@ -207,8 +204,7 @@ inline PngPicture readTiff(const std::string& path) {
     Bytes row(static_cast<size_t>(TIFFScanlineSize(tiff)));
     for (uint32_t y = 0; y < height; ++y) {
         TIFFReadScanline(tiff, row.data(), y, 0);
-        for (size_t i = 0; i < static_cast<size_t>(width) * channels; ++i)
-            p.samples.push_back(depth == 16 ? static_cast<uint16_t>(row[2 * i] | row[2 * i + 1] << 8) : row[i]);
+        appendRow(row, &p, false);
     }
     TIFFClose(tiff);
     return p;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <tuple>
 #include <type_traits>
 
 #include "cli.hpp"
@@ -144,45 +145,36 @@ TEST(ToolCli, RawOutputAndNumberedFrames) {
 // running, and no file written at all. in.raw holds 4608 bytes: a 64x48
 // BayerRG12Packed frame, a 64x72 BayerRG8 one, a 4x576 BayerBG12 one...
 TEST(ToolCli, BadInputIsRefusedInOneLine) {
-    struct Case {
-        std::string command;
-        int exitCode;
-        const char* says;
-    };
     const std::string c = "convert in.raw out.png ";
     const std::string rg12p = c + "--format BayerRG12Packed --size 64x48 ";
     const std::string deep = c + "--size 64x36 --deep --format ";  // 4608 bytes of BayerRG12
-    const Case cases[] = {
+    const std::string lsc = "lsc calibrate --grey in.raw --dark in.raw --out t.lsc --format ";
+    const std::tuple<std::string, int, const char*> cases[] = {
         {c + "--size 64x48", 2, "option --format is required"},
         {c + "--format BayerRG12Pakked --size 64x48", 2, "unknown format 'BayerRG12Pakked'"},
         {c + "--format 0x02180015 --size 64x48", 2, "format 0x02180015 is not a raw input format"},
-        {c + "--format BayerRG12Packed --size 64x47", 1,
-         "'in.raw' holds 4608 bytes, not a whole number of frames of BayerRG12Packed 64x47 with stride 96 (4512 "
-         "bytes each)"},
+        {c + "--format BayerRG12Packed --size 64x47", 1, "'in.raw' holds 4608 bytes, not a whole number of frames of "
+                                                         "BayerRG12Packed 64x47 with stride 96 (4512 bytes each)"},
         {rg12p + "--frames 3", 1, "takes 4608 and --frames asks for 3"},
-        {rg12p + "--stride 100", 1, "with stride 100 (4800 bytes each)"},
         {rg12p + "--first 1", 2, "--first 1 skips every frame: 'in.raw' holds 1"},
         {rg12p + "-x", 2, "unknown option -x"},
+        {rg12p + "--colour", 2, "unknown option --colour"},
         {rg12p + "--white-balance 1:2", 2, "--white-balance is gray-world or three factors R:G:B, not '1:2'"},
         {"convert in.raw out.raw --format BayerRG12Packed --size 64x48 --gamma srgb", 2, "raw output holds the library's"},
         {"convert in.raw in.raw out.png --format BayerRG12Packed --size 64x48", 2, "several inputs need --out-dir"},
-        {"convert in.raw out.png --type raw --format BayerRG12Packed --size 64x48", 2,
-         "--type raw disagrees with the name 'out.png'"},
+        {rg12p + "--type raw", 2, "--type raw disagrees with the name 'out.png'"},
         {"convert in.raw out-%s.png --format BayerRG12Packed --size 64x48", 2, "may hold one %d (such as %04d)"},
         {c + "--format BayerRG8 --size 4x1152 --method edge", 1,
          "edge-directed needs at least 6x6; the frame is 4x1152: zelDemosaicingRows failed: errBadImageSize (-104), the "
          "library reports \"error line = [5661]\""},
+        {c + "--format BayerRG8 --size 1536x3", 1, "bilinear needs at least 4x4; the frame is 1536x3: zelDemosaicingRows"},
         {rg12p + "--stride 95", 2, "stride 95 is shorter than one row of 64 BayerRG12Packed pixels (96 bytes)"},
         {c + "--format BayerRG12 --size 32x48 --stride 129", 2, "stride 129 is odd"},
         {c + "--format BayerRG12Packed --size 64by48", 2, "size must be WIDTHxHEIGHT"},
-        {c + "--format BayerRG12Packed --size 2147483648x1", 2, "width must be a positive integer up to 2147483647"},
         {c + "--format BayerRG12Packed --size 64x0", 2, "height must be a positive integer up to 2147483647, not '0'"},
         {rg12p + "--method vng", 2, "unknown method 'vng'"},
         {rg12p + "--threads 0", 2, "threads must be a positive integer up to 256, not '0'"},
-        {"bench --threads -1", 2, "threads must be a positive integer up to 256, not '-1'"},
-        {"demo pictures --threads two", 2, "threads must be a positive integer up to 256, not 'two'"},
         {rg12p + "--layout bgr16", 2, "unknown layout 'bgr16'"},
-        {rg12p + "--colour", 2, "unknown option --colour"},
         {rg12p + "--format", 2, "option --format needs a value"},
         {rg12p + "--method edge --method edge", 2, "option --method given twice"},
         {rg12p + "--deep=yes", 2, "option --deep takes no value"},
@@ -192,44 +184,37 @@ TEST(ToolCli, BadInputIsRefusedInOneLine) {
          "cannot write 'missing/out.png': No such file or directory"},
         {"convert none.raw out.png --format Mono8 --size 4x4", 1, "cannot read 'none.raw': No such file or directory"},
         {"convert . out.png --format Mono8 --size 4x4", 1, "cannot read '.': Is a directory"},
-        {c + "--format BayerRG8 --size 1536x3", 1,
-         "bilinear needs at least 4x4; the frame is 1536x3: zelDemosaicingRows failed: errBadImageSize (-104), the library reports \"error line = [96]\""},
         {c + "--format BayerRG8 --size 64x72 --deep", 2, "--deep needs samples of more than 8 bits"},
         {deep + "BayerRG12 --method nearest", 2, "use --deep with --method bilinear or edge"},
         {deep + "BayerGB12 --method bilinear", 2, "BayerRG mosaics only: use --method edge for BayerGB"},
         {"convert in.raw out.bmp --size 64x36 --deep --format BayerRG12 --method edge", 2, "BMP holds 8-bit samples"},
-        {"convert in.raw out.png --format BayerBG12 --size 4x576 --method edge --deep", 1, "at least 8x8"},
-        {"convert in.raw out.png --format BayerBG12 --size 384x6 --method edge --deep", 1, "at least 8x8"},
+        {c + "--format BayerBG12 --size 4x576 --method edge --deep", 1, "edge-directed --deep needs at least 8x8"},
+        {c + "--format BayerBG12 --size 384x6 --method edge --deep", 1, "edge-directed --deep needs at least 8x8"},
         {"frobnicate", 2, "unknown command 'frobnicate'"},
         {"lsc measure", 2, "lsc takes 'calibrate' or 'apply'"},
-        {"lsc calibrate --format BayerRG16 --size 64x36 --grey in.raw --dark in.raw --out t.lsc", 2,
-         "lens shading works on 8, 10 and 12-bit samples; BayerRG16 has 16"},
+        {lsc + "BayerRG16 --size 64x36", 2, "lens shading works on 8, 10 and 12-bit samples; BayerRG16 has 16"},
         {"lsc calibrate --format BayerRG8 --size 64x72 --dark in.raw --out t.lsc", 2, "needs at least one --grey file"},
-        {"lsc calibrate --format BayerRG8 --size 64x48 --grey in.raw --dark in.raw --out t.lsc", 1,
-         "'in.raw' holds 4608 bytes, not a whole number of frames of BayerRG8 64x48 with stride 64 (3072 bytes each)"},
-        {"lsc calibrate --format BayerRG8 --size 192x24 --grey in.raw --dark in.raw --out t.lsc", 1,
-         "lens-shading frames must have even sizes of at least 32x32; the frames are 192x24: zelGetLSCParameter "
-         "failed: errBadImageSize (-104), the library reports \"error line = [600]\""},
-        {"lsc apply empty.lsc in.raw out.raw --format Mono14 --size 64x36", 2, "Mono14 has 14"},
+        {lsc + "BayerRG8 --size 192x24", 1, "lens-shading frames must have even sizes of at least 32x32; the frames "
+                                            "are 192x24: zelGetLSCParameter failed"},
         {"lsc apply short.lsc in.raw out.raw --format BayerRG8 --size 64x72", 1,
          "'short.lsc' is not a shading table: a mode 0 table of 0x0 holds 0 entries, the file 2"},
-        {"lsc calibrate --format BayerRG8 --size 64x72 --grey in.raw --dark in.raw --out t.lsc", 1,
+        {lsc + "BayerRG8 --size 64x72", 1,
          "implausible calibration, no table written: the flat field is not clearly brighter than the dark frames: "
          "grey frames average 114.4 and dark frames 114.4 (of 255); the gains range 0.000 to"},
         {"lsc apply empty.lsc in.raw out.ppm --format BayerRG8 --size 64x72", 2, "lsc apply writes raw frames"},
         {"lsc apply empty.lsc in.raw out.raw --format BayerRG8 --size 64x72", 1,
-         "the table fits frames of 0x0; the frame is 64x72: zelLSCorrection failed: errBadImageSize (-104), the library reports \"error line = [695]\""},
+         "the table fits frames of 0x0; the frame is 64x72: zelLSCorrection failed"},
     };
     ScratchDir dir;
     tooltest::writeBytes(dir / "in.raw", sceneFrame("BayerRG12Packed"));
     tooltest::writeBytes(dir / "empty.lsc", Bytes(12, 0));  // a table for frames of 0x0
     tooltest::writeBytes(dir / "short.lsc", Bytes(20, 0));
     const std::vector<std::string> before = dir.list();
-    for (const Case& k : cases) {
-        const Outcome run = tooltest::runTool(k.command, dir);
-        SCOPED_TRACE(k.command);
-        EXPECT_EQ(run.exitCode, k.exitCode);
-        tooltest::expectMentions(run.err, {k.says});
+    for (const auto& [command, exitCode, says] : cases) {
+        const Outcome run = tooltest::runTool(command, dir);
+        SCOPED_TRACE(command);
+        EXPECT_EQ(run.exitCode, exitCode);
+        tooltest::expectMentions(run.err, {says});
         EXPECT_EQ(run.err.rfind("zelvora: ", 0), 0u) << run.err;
         EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
         EXPECT_EQ(run.out, "");

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
+#include <regex>
 #include <tuple>
 #include <type_traits>
 
@@ -16,8 +18,12 @@
 
 using tooltest::Bytes;
 using tooltest::Outcome;
+using tooltest::readBytes;
+using tooltest::runTool;
 using tooltest::ScratchDir;
+using tooltest::writeBytes;
 using zelvora::findInputFormat;
+using Samples = std::vector<uint16_t>;
 
 namespace {
 
@@ -29,27 +35,32 @@ Bytes sceneFrame(const char* format, int32_t width = kW, int32_t height = kH) {
     return zelvora::mosaic(zelvora::renderScene(width, height), findInputFormat(format));
 }
 
-// What the library, called directly, makes of a frame: the R, G, B (or grey)
-// samples a PNG of it holds.
-using Reference = std::vector<uint16_t> (*)(const Bytes& raw, const zelvora::InputFormat& f, int32_t w, int32_t h);
-
-std::vector<uint16_t> rgbFromBgr(std::vector<uint16_t> samples) {
+Samples rgbFromBgr(Samples samples) {
     for (size_t i = 0; i < samples.size(); i += 3) std::swap(samples[i], samples[i + 2]);
     return samples;
 }
 
-// zelDemosaicing of a BayerRG12Packed frame with the nearest method into BGR8.
-std::vector<uint16_t> rg12PackedNearest(const Bytes& raw, const zelvora::InputFormat&, int32_t w, int32_t h) {
-    const Bytes bgr = tooltest::libraryOutput(raw, ZEL_PIX_BAYER_RG12_PACKED, w, h, w * 3 / 2, ZEL_PIX_BGR8, 3);
-    return rgbFromBgr({bgr.begin(), bgr.end()});
+// What the library, called directly, makes of a frame: the samples a picture
+// of it holds, R, G, B (and alpha) or grey.
+using Reference = Samples (*)(const Bytes& raw, const zelvora::InputFormat& f, int32_t w, int32_t h);
+
+// zelDemosaicing into an 8-bit layout; pictures of four-byte layouts are
+// opaque, whatever the library left in the fourth byte.
+template <ZelPixelType layout, int bytes, int32_t method>
+Samples library8(const Bytes& raw, const zelvora::InputFormat& f, int32_t w, int32_t h) {
+    const auto stride = static_cast<int32_t>(zelvora::rowBytes(f, w));
+    const Bytes out = tooltest::libraryOutput(raw, f.code, w, h, stride, layout, bytes, method);
+    Samples samples(out.begin(), out.end());
+    for (size_t i = 3; bytes == 4 && i < samples.size(); i += 4) samples[i] = 255;
+    return bytes == 3 ? rgbFromBgr(samples) : samples;
 }
 
 // A 16-bit kernel (none for mono) on the frame's samples, widened to 16 bits.
 template <auto kernel>
-std::vector<uint16_t> deep(const Bytes& raw, const zelvora::InputFormat& f, int32_t w, int32_t h) {
-    std::vector<uint16_t> out = zelvora::decodeSamples(raw.data(), f, w, h, zelvora::rowBytes(f, w));
+Samples deep(const Bytes& raw, const zelvora::InputFormat& f, int32_t w, int32_t h) {
+    Samples out = zelvora::decodeSamples(raw.data(), f, w, h, zelvora::rowBytes(f, w));
     if constexpr (!std::is_null_pointer_v<decltype(kernel)>) {
-        std::vector<uint16_t> bgr(out.size() * 3);
+        Samples bgr(out.size() * 3);
         kernel(out.data(), h, w, bgr.data());
         out = rgbFromBgr(bgr);
     }
@@ -59,33 +70,28 @@ std::vector<uint16_t> deep(const Bytes& raw, const zelvora::InputFormat& f, int3
 
 // A flat field darkened towards the corners, on a black level, with a little
 // deterministic ripple so that averaging frames matters.
-std::vector<uint16_t> field(double level, int seed) {
-    std::vector<uint16_t> s;
-    for (int32_t y = 0; y < kH; ++y) {
-        for (int32_t x = 0; x < kW; ++x) {
-            const double dx = (x - kW / 2.0) / (kW / 2.0);
-            const double dy = (y - kH / 2.0) / (kH / 2.0);
-            s.push_back(static_cast<uint16_t>(64 + level * (1 - 0.4 * (dx * dx + dy * dy)) +
-                                              (x * 7 + y * 13 + seed * 5) % 9 - 4));
-        }
+Samples field(double level, int seed) {
+    Samples s;
+    for (int32_t i = 0; i < kW * kH; ++i) {
+        const int32_t x = i % kW, y = i / kW;
+        const double dx = x / (kW / 2.0) - 1, dy = y / (kH / 2.0) - 1;
+        s.push_back(static_cast<uint16_t>(64 + level * (1 - 0.4 * (dx * dx + dy * dy)) + (x * 7 + y * 13 + seed * 5) % 9 -
+                                          4));
     }
     return s;
 }
 
 }  // namespace
 
-// The PNG and the TIFF hold what the library makes of the frame: 8-bit samples from
-// zelDemosaicing, or with --deep the 16-bit kernels' samples widened to 16
-// bits, the input's depth in sBIT (mono samples as they are).
-TEST(ToolCli, PngMatchesTheLibrary) {
-    struct Case {
-        const char* format;
-        const char* options;
-        int32_t width, height;
-        Reference reference;
-    };
-    const Case cases[] = {
-        {"BayerRG12Packed", "--method nearest --threads 3", kW, kH, rg12PackedNearest},
+// PNG, TIFF and raw files hold what the library makes of the frame: 8-bit
+// samples from zelDemosaicing, or with --deep the 16-bit kernels' samples,
+// widened to 16 bits in pictures, the input's depth in PNG's sBIT (mono
+// samples as they are), and as they are in raw files (little-endian B, G, R).
+TEST(ToolCli, FilesMatchTheLibrary) {
+    const std::tuple<const char*, const char*, int32_t, int32_t, Reference> cases[] = {
+        {"BayerRG12Packed", "--method nearest --threads 3", kW, kH, library8<ZEL_PIX_BGR8, 3, ZEL_DEMOSAIC_NEAREST>},
+        {"BayerGB8", "--method edge --layout rgba8", kW, kH, library8<ZEL_PIX_RGBA8, 4, ZEL_DEMOSAIC_EDGE>},
+        {"Mono12Packed", "", kW, kH, library8<ZEL_PIX_MONO8, 1, ZEL_DEMOSAIC_BILINEAR>},
         {"BayerRG12", "--deep --method bilinear", kW, kH, deep<zelDemosaicingBilinearU16>},
         {"BayerRG12Packed", "--deep --method edge", kW, kH, deep<demosaicingEdgeRGGBU16>},
         {"BayerGR10", "--deep --method edge", kW, kH, deep<demosaicingEdgeGRBGU16>},
@@ -93,51 +99,36 @@ TEST(ToolCli, PngMatchesTheLibrary) {
         {"BayerBG16", "--deep --method edge", 8, 8, deep<demosaicingEdgeBGGRU16>},  // the least the kernels take
         {"Mono12Packed", "--deep", kW, kH, deep<nullptr>},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(std::string(c.format) + " " + c.options);
+    for (const auto& [name, options, width, height, reference] : cases) {
+        SCOPED_TRACE(std::string(name) + " " + options);
         ScratchDir dir;
-        const zelvora::InputFormat& format = findInputFormat(c.format);
-        const Bytes raw = sceneFrame(c.format, c.width, c.height);
-        tooltest::writeBytes(dir / "in.raw", raw);
-        const auto convert = [&](const char* out) {
-            return tooltest::runTool("convert in.raw " + std::string(out) + " --format " + c.format + " --size " +
-                                         std::to_string(c.width) + "x" + std::to_string(c.height) + " " + c.options,
-                                     dir);
-        };
-        const Outcome run = convert("out.PNG");
-        ASSERT_EQ(run.exitCode, 0) << run.err;
-        EXPECT_EQ(run.err + run.out, "");
-        const std::vector<uint16_t> expected = c.reference(raw, format, c.width, c.height);
-        const int channels = static_cast<int>(expected.size() / static_cast<size_t>(c.width * c.height));
-        const bool deep = c.reference != rg12PackedNearest;
-        const tooltest::PngPicture png = tooltest::readPng(dir / "out.PNG");  // sBIT: depths below 16 bits
-        EXPECT_EQ(png.shape(), (std::array{c.width, c.height, channels, deep ? 16 : 8, deep ? format.bits % 16 : 0}));
-        EXPECT_EQ(png.samples, expected);
-        // TIFF holds the same samples.
-        ASSERT_EQ(convert("out.tif").exitCode, 0);
-        const tooltest::PngPicture tiff = tooltest::readTiff(dir / "out.tif");
-        EXPECT_EQ(tiff.shape(), (std::array{c.width, c.height, channels, deep ? 16 : 8, 0}));
-        EXPECT_EQ(tiff.samples, expected);
+        const zelvora::InputFormat& format = findInputFormat(name);
+        const Bytes raw = sceneFrame(name, width, height);
+        writeBytes(dir / "in.raw", raw);
+        const Samples expected = reference(raw, format, width, height);
+        const int channels = static_cast<int>(expected.size() / static_cast<size_t>(width * height));
+        const bool deep = std::strstr(options, "--deep") != nullptr;
+        for (const std::string out : {"out.PNG", "out.tif", "out.raw"}) {
+            if (!deep && out == "out.raw") continue;  // compared in FramesFilesAndStreams
+            const Outcome run = runTool("convert in.raw " + out + " --format " + name + " --size " +
+                                            std::to_string(width) + "x" + std::to_string(height) + " " + options, dir);
+            ASSERT_EQ(run.exitCode, 0) << run.err;
+            EXPECT_EQ(run.err + run.out, "");
+            if (out == "out.raw") {
+                const Bytes bytes = readBytes(dir / out);
+                Samples words;
+                for (size_t i = 0; i + 1 < bytes.size(); i += 2)
+                    words.push_back(zelvora::widenTo16(static_cast<uint16_t>(bytes[i] | bytes[i + 1] << 8), format.bits));
+                EXPECT_EQ(channels == 3 ? rgbFromBgr(words) : words, expected);
+                continue;
+            }
+            const bool png = out == "out.PNG";
+            const tooltest::PngPicture picture = png ? tooltest::readPng(dir / out) : tooltest::readTiff(dir / out);
+            EXPECT_EQ(picture.shape(), (std::array{width, height, channels, deep ? 16 : 8,
+                                                   deep && png ? format.bits % 16 : 0}));
+            EXPECT_EQ(picture.samples, expected);
+        }
     }
-}
-
-// Raw output is the library's buffer byte for byte; frames get numbers.
-TEST(ToolCli, RawOutputAndNumberedFrames) {
-    ScratchDir dir;
-    const Bytes first = sceneFrame("BayerRG12Packed");
-    Bytes frames = first;
-    frames.insert(frames.end(), first.rbegin(), first.rend());
-    tooltest::writeBytes(dir / "in.raw", frames);
-    const Outcome run = tooltest::runTool(
-        "convert in.raw out.raw --format BayerRG12Packed --size 64x48 --method nearest --frames 2 --layout rgba8", dir);
-    ASSERT_EQ(run.exitCode, 0) << run.err;
-    EXPECT_EQ(run.out, "");  // no progress line when nobody watches
-    EXPECT_EQ(dir.list(), (std::vector<std::string>{"in.raw", "out-0000.raw", "out-0001.raw"}));
-    const auto rgba = [](Bytes frame) {
-        return tooltest::libraryOutput(frame, ZEL_PIX_BAYER_RG12_PACKED, kW, kH, 96, ZEL_PIX_RGBA8, 4);
-    };
-    EXPECT_EQ(tooltest::readBytes(dir / "out-0000.raw"), rgba(first));
-    EXPECT_EQ(tooltest::readBytes(dir / "out-0001.raw"), rgba(Bytes(first.rbegin(), first.rend())));
 }
 
 // Every refusal: one line on standard error naming the reason, exit status 2
@@ -206,12 +197,12 @@ TEST(ToolCli, BadInputIsRefusedInOneLine) {
          "the table fits frames of 0x0; the frame is 64x72: zelLSCorrection failed"},
     };
     ScratchDir dir;
-    tooltest::writeBytes(dir / "in.raw", sceneFrame("BayerRG12Packed"));
-    tooltest::writeBytes(dir / "empty.lsc", Bytes(12, 0));  // a table for frames of 0x0
-    tooltest::writeBytes(dir / "short.lsc", Bytes(20, 0));
+    writeBytes(dir / "in.raw", sceneFrame("BayerRG12Packed"));
+    writeBytes(dir / "empty.lsc", Bytes(12, 0));  // a table for frames of 0x0
+    writeBytes(dir / "short.lsc", Bytes(20, 0));
     const std::vector<std::string> before = dir.list();
     for (const auto& [command, exitCode, says] : cases) {
-        const Outcome run = tooltest::runTool(command, dir);
+        const Outcome run = runTool(command, dir);
         SCOPED_TRACE(command);
         EXPECT_EQ(run.exitCode, exitCode);
         tooltest::expectMentions(run.err, {says});
@@ -227,64 +218,61 @@ TEST(ToolCli, BadInputIsRefusedInOneLine) {
 // zelLSCorrection makes of it with that table. Packed frames are corrected
 // as their unpacked samples and packed again.
 TEST(ToolLsc, CalibrateAndApplyMatchTheLibrary) {
-    struct Case {
-        const char* format;
-        uint32_t libraryFormat;  // the 16-bit container format of the same order
-        uint32_t mode;           // 0: an entry per 2x2 block, 1: per pixel
-    };
-    for (const Case& c : {Case{"BayerRG12", ZEL_PIX_BAYER_RG12, 0}, Case{"BayerRG12", ZEL_PIX_BAYER_RG12, 1},
-                          Case{"BayerGB12Packed", ZEL_PIX_BAYER_GB12, 0}}) {
-        SCOPED_TRACE(std::string(c.format) + " mode " + std::to_string(c.mode));
+    // The format, its 16-bit container format of the same order, and the mode
+    // (0: an entry per 2x2 block, 1: per pixel).
+    const std::tuple<const char*, uint32_t, uint32_t> cases[] = {
+        {"BayerRG12", ZEL_PIX_BAYER_RG12, 0},
+        {"BayerRG12", ZEL_PIX_BAYER_RG12, 1},
+        {"BayerGB12Packed", ZEL_PIX_BAYER_GB12, 0}};
+    for (const auto& [format, container, mode] : cases) {
+        SCOPED_TRACE(std::string(format) + " mode " + std::to_string(mode));
         ScratchDir dir;
-        const auto bytesOf = [&](const std::vector<std::vector<uint16_t>>& frames) {
-            Bytes bytes;
-            for (const auto& f : frames) {
-                for (uint8_t b : zelvora::encodeSamples(f, findInputFormat(c.format), kW, kH)) bytes.push_back(b);
-            }
-            return bytes;
+        const auto bytesOf = [&](std::initializer_list<Samples> frames) {
+            Samples all;
+            for (const Samples& f : frames) all.insert(all.end(), f.begin(), f.end());
+            return zelvora::encodeSamples(all, findInputFormat(format), kW, static_cast<int32_t>(all.size() / kW));
         };
-        const auto g1 = field(2000, 1), g2 = field(2000, 2), g3 = field(2000, 3), d = field(0, 4);
-        tooltest::writeBytes(dir / "g1.raw", bytesOf({g1}));
-        tooltest::writeBytes(dir / "g23.raw", bytesOf({g2, g3}));
-        tooltest::writeBytes(dir / "dark.raw", bytesOf({d}));
-        const std::string common = std::string(" --format ") + c.format + " --size 64x48";
-        tooltest::Outcome run = tooltest::runTool(
-            std::string(c.mode == 1 ? "lsc calibrate --grey=g1.raw --grey g23.raw --mode pixel"
-                         : "lsc calibrate --grey g1.raw g23.raw --mode block") +
-                " --dark dark.raw --out t.lsc" + common, dir);
+        const Samples g1 = field(2000, 1), g2 = field(2000, 2), g3 = field(2000, 3), d = field(0, 4);
+        writeBytes(dir / "g1.raw", bytesOf({g1}));
+        writeBytes(dir / "g23.raw", bytesOf({g2, g3}));
+        writeBytes(dir / "dark.raw", bytesOf({d}));
+        const std::string common = std::string(" --format ") + format + " --size 64x48";
+        Outcome run = runTool(std::string(mode == 1 ? "lsc calibrate --grey=g1.raw --grey g23.raw --mode pixel"
+                                                      : "lsc calibrate --grey g1.raw g23.raw --mode block") +
+                                  " --dark dark.raw --out t.lsc" + common, dir);
         ASSERT_EQ(run.exitCode, 0) << run.err;
 
         std::vector<float> grey(g1.size()), dark(d.begin(), d.end());
         for (size_t i = 0; i < grey.size(); ++i)
             grey[i] = static_cast<float>((static_cast<double>(g1[i]) + g2[i] + g3[i]) / 3.0);
-        std::vector<uint32_t> words(3 + (c.mode == 1 ? grey.size() : grey.size() / 4));
+        std::vector<uint32_t> words(3 + (mode == 1 ? grey.size() : grey.size() / 4));
         auto* table = reinterpret_cast<ZelLSCTable*>(words.data());
-        const ZelLSCInput input{c.mode, 12, kW, kH, grey.data(), dark.data()};
+        const ZelLSCInput input{mode, 12, kW, kH, grey.data(), dark.data()};
         ASSERT_EQ(zelGetLSCParameter(&input, table), 0);
         const auto* tableBytes = reinterpret_cast<const uint8_t*>(words.data());  // little-endian words
-        EXPECT_EQ(tooltest::readBytes(dir / "t.lsc"), Bytes(tableBytes, tableBytes + words.size() * 4));
+        EXPECT_EQ(readBytes(dir / "t.lsc"), Bytes(tableBytes, tableBytes + words.size() * 4));
 
-        std::vector<std::vector<uint16_t>> frames{field(1000, 5), field(500, 7)};
-        tooltest::writeBytes(dir / "in.raw", bytesOf(frames));
-        run = tooltest::runTool("lsc apply t.lsc in.raw out.raw --frames 2" + common, dir);
+        Samples frames[] = {field(1000, 5), field(500, 7)};
+        writeBytes(dir / "in.raw", bytesOf({frames[0], frames[1]}));
+        run = runTool("lsc apply t.lsc in.raw out.raw --frames 2" + common, dir);
         ASSERT_EQ(run.exitCode, 0) << run.err;
-        for (auto& frame : frames) {
-            ZelImage image{kH, kW, c.libraryFormat, reinterpret_cast<uint8_t*>(frame.data()), 2 * kW};
+        for (Samples& frame : frames) {
+            ZelImage image{kH, kW, container, reinterpret_cast<uint8_t*>(frame.data()), 2 * kW};
             ASSERT_EQ(zelLSCorrection(&image, &image, table), 0);
         }
-        EXPECT_EQ(tooltest::readBytes(dir / "out.raw"), bytesOf(frames));
+        EXPECT_EQ(readBytes(dir / "out.raw"), bytesOf({frames[0], frames[1]}));
         // A picture of the corrected mosaic: grey at the input's depth.
-        ASSERT_EQ(tooltest::runTool("lsc apply t.lsc in.raw out.png --frames 2" + common, dir).exitCode, 0);
+        ASSERT_EQ(runTool("lsc apply t.lsc in.raw out.png --frames 2" + common, dir).exitCode, 0);
         const tooltest::PngPicture png = tooltest::readPng(dir / "out-0001.png");
         EXPECT_EQ(png.shape(), (std::array{kW, kH, 1, 16, 12}));
-        for (size_t i = 0; i < frames[1].size(); ++i)
-            ASSERT_EQ(png.samples[i], zelvora::widenTo16(frames[1][i], 12)) << i;
+        for (uint16_t& sample : frames[1]) sample = zelvora::widenTo16(sample, 12);
+        EXPECT_EQ(png.samples, frames[1]);
     }
 }
 
-TEST(ToolCli, DemoWritesPicturesAndTable) {
+TEST(ToolCli, DemoAndBenchReport) {
     ScratchDir dir;
-    const Outcome run = tooltest::runTool("demo pictures --size 64x48 --threads 3", dir);
+    Outcome run = runTool("demo pictures --size 64x48 --threads 3", dir);
     ASSERT_EQ(run.exitCode, 0) << run.err;
     tooltest::expectMentions(run.out, {"method     input            RG       BG       GB       GR", "nearest    8-bit",
                                        "nearest    12-packed", "bilinear   12-bit", "edge       8-bit"});
@@ -295,11 +283,8 @@ TEST(ToolCli, DemoWritesPicturesAndTable) {
     EXPECT_EQ(tooltest::readPng(dir / "pictures/scene.png").width, 64);
     // Crops of 16x12 zoomed 20 times: the scene and three methods, two rows.
     EXPECT_EQ(tooltest::readPng(dir / "pictures/compare.png").shape(), (std::array{4 + 4 * 324, 4 + 2 * 244, 3, 8, 0}));
-}
 
-TEST(ToolCli, BenchPrintsEveryLayout) {
-    ScratchDir dir;
-    const Outcome run = tooltest::runTool("bench --size 32x16 --min-time 0 --threads 3", dir);
+    run = runTool("bench --size 32x16 --min-time 0 --threads 3", dir);
     ASSERT_EQ(run.exitCode, 0) << run.err;
     tooltest::expectMentions(run.out, {"BayerRG8 input", "BayerRG12 input", "bgr8", "rgba8", "bgr8-planar", "mono8",
                                        "16-bit kernels", "BayerRG12 input to bgr8, in bands of rows",
@@ -312,147 +297,113 @@ TEST(ToolCli, BenchPrintsEveryLayout) {
 
 // Bare zelvora, help, --help, -h and the versions.
 TEST(ToolCli, CommandLineConventions) {
-    struct Case {
-        const char* line;
-        int exitCode;
-        std::string out;
-        const char* errStarts;
-    };
     const std::string convertHelp = zelvora::commandHelp(zelvora::commandDef("convert"));
     const std::string version = zelvora::versionText() + "\n";
-    const Case cases[] = {
+    // The line, the exit status, standard output and the start of standard error.
+    const std::tuple<const char*, int, std::string, const char*> cases[] = {
         {"", 2, "", "usage: zelvora COMMAND"},
         {"help", 0, zelvora::usageText(), ""},
         {"help convert", 0, convertHelp, ""},
-        {"convert --help", 0, convertHelp, ""},
-        {"convert in.raw -h", 0, convertHelp, ""},
+        {"convert in.raw --help", 0, convertHelp, ""},
         {"lsc apply -h", 0, zelvora::commandHelp(zelvora::commandDef("lsc apply")), ""},
         {"--version", 0, version, ""},
         {"version", 0, version, ""},
         {"help frobnicate", 2, "", "zelvora: unknown command 'frobnicate'"},
     };
     ScratchDir dir;
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.line);
-        const Outcome run = tooltest::runTool(c.line, dir);
-        EXPECT_EQ(run.exitCode, c.exitCode);
-        EXPECT_EQ(run.out, c.out);
-        EXPECT_EQ(run.err.rfind(c.errStarts, 0), 0u) << run.err;
+    for (const auto& [line, exitCode, out, errStarts] : cases) {
+        SCOPED_TRACE(line);
+        const Outcome run = runTool(line, dir);
+        EXPECT_EQ(run.exitCode, exitCode);
+        EXPECT_EQ(run.out, out);
+        EXPECT_EQ(run.err.rfind(errStarts, 0), 0u) << run.err;
     }
     EXPECT_NE(version.find(PROJECT_VERSION), std::string::npos);
 }
 
 // The README shows every command's synopsis as the option list makes it.
 TEST(ToolCli, ReadmeSynopsesMatchTheOptionList) {
-    const auto collapse = [](const std::string& text) {
-        std::string out;
-        for (char ch : text) {
-            if (std::isspace(static_cast<unsigned char>(ch)) == 0) {
-                out += ch;
-            } else if (!out.empty() && out.back() != ' ') {
-                out += ' ';
-            }
-        }
-        return out;
-    };
+    const auto collapse = [](const std::string& text) { return std::regex_replace(text, std::regex(R"(\s+)"), " "); };
     const std::string readme = collapse(tooltest::readText(ZELVORA_README));
     ASSERT_FALSE(readme.empty());
     for (const zelvora::CommandDef& command : zelvora::commandDefs())
         EXPECT_NE(readme.find(collapse(zelvora::synopsis(command))), std::string::npos) << zelvora::synopsis(command);
-    EXPECT_NE(readme.find(collapse("Smallest frames")), std::string::npos);
-}
-
-// Four-byte layouts come out opaque in PNG, whatever the library left in the
-// fourth byte; mono input makes a grey PNG.
-TEST(ToolCli, PicturesAreOpaqueAndMonoIsGrey) {
-    ScratchDir dir;
-    tooltest::writeBytes(dir / "in.raw", sceneFrame("BayerGB8"));
-    tooltest::writeBytes(dir / "mono.raw", sceneFrame("Mono12Packed"));
-    const std::pair<const char*, const char*> cases[] = {{"edge", "rgba8"}, {"edge", "bgra8"}, {"bilinear", "bgra8"}};
-    for (const auto& [method, layout] : cases) {
-        SCOPED_TRACE(std::string(method) + " " + layout);
-        const std::string common = " --format BayerGB8 --size 64x48 --method " + std::string(method);
-        ASSERT_EQ(tooltest::runTool("convert in.raw a.png --layout " + std::string(layout) + common, dir).exitCode, 0);
-        ASSERT_EQ(tooltest::runTool("convert in.raw b.png --layout rgb8" + common, dir).exitCode, 0);
-        const tooltest::PngPicture rgba = tooltest::readPng(dir / "a.png");
-        const tooltest::PngPicture rgb = tooltest::readPng(dir / "b.png");
-        ASSERT_EQ(rgba.channels, 4);
-        for (size_t i = 0; i < rgb.samples.size() / 3; ++i) {
-            ASSERT_EQ(rgba.samples[4 * i + 3], 255) << i;
-            ASSERT_EQ(rgba.samples[4 * i], rgb.samples[3 * i]) << i;
-        }
-    }
-    ASSERT_EQ(tooltest::runTool("convert mono.raw m.png --format Mono12Packed --size 64x48", dir).exitCode, 0);
-    EXPECT_EQ(tooltest::readPng(dir / "m.png").channels, 1);
-}
-
-// A conversion killed while it writes leaves no temporary file and dies of
-// the signal (status 128 + N in a shell).
-TEST(ToolCli, SignalsRemoveTheTemporaryFile) {
-    constexpr int32_t w = 4000, h = 3000;
-    ScratchDir dir;
-    Bytes frame(static_cast<size_t>(w) * h);
-    for (size_t i = 0; i < frame.size(); ++i) frame[i] = static_cast<uint8_t>((i * 2654435761u) >> 24);
-    tooltest::writeBytes(dir / "in.raw", frame);
-    for (int number : {SIGTERM, SIGINT, SIGHUP}) {
-        SCOPED_TRACE(number);
-        const pid_t pid = tooltest::spawnTool("convert in.raw out.png --format BayerRG8 --size 4000x3000", dir);
-        const auto temporaries = [&] {
-            std::vector<std::string> found;
-            for (const std::string& name : dir.list())
-                if (name.rfind("out.png.", 0) == 0) found.push_back(name);
-            return found;
-        };
-        for (int waited = 0; temporaries().empty() && waited < 60000; ++waited) usleep(1000);
-        ASSERT_FALSE(temporaries().empty()) << "the output never started";
-        kill(pid, number);
-        const Outcome done = tooltest::finishTool(pid, dir);
-        EXPECT_TRUE(WIFSIGNALED(done.status) && WTERMSIG(done.status) == number) << done.status;
-        EXPECT_EQ(dir.list(), std::vector<std::string>{"in.raw"});
-    }
+    EXPECT_NE(readme.find("Smallest frames"), std::string::npos);
 }
 
 // Frames are read one at a time and pictures written a row at a time: the
 // peak resident size of converting four frames to BMP stays near one input
-// frame plus one output frame (9 + 27 MB), far from the whole file.
-TEST(ToolCli, MemoryStaysNearOneFrame) {
-    constexpr int32_t w = 3000, h = 3000;
+// frame plus one output frame (9 + 27 MB), far from the whole file. A
+// conversion killed while it writes leaves no temporary file and dies of the
+// signal (status 128 + N in a shell).
+TEST(ToolCli, BigFramesMemoryAndSignals) {
     ScratchDir dir;
-    Bytes frames(static_cast<size_t>(w) * h * 4);
-    for (size_t i = 0; i < frames.size(); ++i) frames[i] = static_cast<uint8_t>(i / 7);
-    tooltest::writeBytes(dir / "in.raw", frames);
+    Bytes frames(size_t{3000} * 3000 * 4);
+    for (size_t i = 0; i < frames.size(); ++i) frames[i] = static_cast<uint8_t>((i * 2654435761u) >> 24);
+    writeBytes(dir / "in.raw", frames);
     frames = {};
-    const Outcome done = tooltest::runTool("convert in.raw out.bmp --format BayerRG8 --size 3000x3000", dir);
-    ASSERT_EQ(done.exitCode, 0) << done.err;
+    const Outcome run = runTool("convert in.raw out.bmp --format BayerRG8 --size 3000x3000", dir);
+    ASSERT_EQ(run.exitCode, 0) << run.err;
 #if defined(__SANITIZE_ADDRESS__)
     constexpr long kLimit = 240 * 1024;  // the sanitizer's own bookkeeping on top
 #else
     constexpr long kLimit = 90 * 1024;
 #endif
-    EXPECT_LT(done.peakKilobytes, kLimit);
-    EXPECT_EQ(tooltest::readBytes(dir / "out-0003.bmp").size(), 54u + 9000u * 3000u);
+    EXPECT_LT(run.peakKilobytes, kLimit);
+    EXPECT_EQ(readBytes(dir / "out-0003.bmp").size(), 54u + 9000u * 3000u);
+    const std::vector<std::string> files = dir.list();
+    for (int number : {SIGTERM, SIGINT, SIGHUP}) {
+        SCOPED_TRACE(number);
+        const pid_t pid = tooltest::spawnTool("convert in.raw out.png --format BayerRG8 --size 3000x3000", dir);
+        // .stdout, .stderr and the temporary out-0000.png.XXXXXX besides
+        for (int waited = 0; dir.list().size() < files.size() + 3 && waited < 60000; ++waited) usleep(1000);
+        ASSERT_EQ(dir.list().size(), files.size() + 3) << "the output never started";
+        kill(pid, number);
+        const Outcome killed = tooltest::finishTool(pid, dir);
+        EXPECT_TRUE(WIFSIGNALED(killed.status) && WTERMSIG(killed.status) == number) << killed.status;
+        EXPECT_EQ(dir.list(), files);
+    }
 }
 
-// Several inputs into a directory or through a pattern, frames picked with
-// --first and --count, standard input and output.
-TEST(ToolCli, SeveralInputsPatternsAndStreams) {
+// Raw output is the library's buffer byte for byte, read with the given
+// stride; the frames of a file get numbers; several inputs go into a
+// directory or through a pattern; --first and --count pick frames; standard
+// input and output work.
+TEST(ToolCli, FramesFilesAndStreams) {
     ScratchDir dir;
-    const Bytes a = sceneFrame("BayerRG8");
-    Bytes b = a;
-    std::reverse(b.begin(), b.end());
-    Bytes ab = a;
-    ab.insert(ab.end(), b.begin(), b.end());
-    tooltest::writeBytes(dir / "a.raw", a);
-    tooltest::writeBytes(dir / "ab.raw", ab);
-    const std::string common = " --format BayerRG8 --size 64x48 --method nearest";
-    ASSERT_EQ(tooltest::runTool("convert a.raw ab.raw --out-dir pics --type raw" + common, dir).exitCode, 0);
-    EXPECT_EQ(dir.list("pics"), (std::vector<std::string>{"a.raw", "ab-0000.raw", "ab-0001.raw"}));
-    ASSERT_EQ(tooltest::runTool("convert a.raw ab.raw p-%03d.raw" + common, dir).exitCode, 0);
-    EXPECT_EQ(tooltest::readBytes(dir / "p-002.raw"), tooltest::readBytes(dir / "pics/ab-0001.raw"));
-    ASSERT_EQ(tooltest::runTool("convert ab.raw one.raw --first 1 --count 1" + common, dir).exitCode, 0);
-    EXPECT_EQ(tooltest::readBytes(dir / "one.raw"), tooltest::readBytes(dir / "p-002.raw"));
-    const Outcome piped = tooltest::runTool("convert - - --type ppm" + common + " <ab.raw", dir);
+    const Bytes a = sceneFrame("BayerRG12Packed"), b(a.rbegin(), a.rend());
+    Bytes aba = a, padded;
+    aba.insert(aba.end(), b.begin(), b.end());
+    aba.insert(aba.end(), a.begin(), a.end());
+    for (auto row = a.begin(); row != a.end(); row += 96) {
+        padded.insert(padded.end(), row, row + 96);
+        padded.insert(padded.end(), 4, 0xEE);
+    }
+    writeBytes(dir / "a.raw", a);
+    writeBytes(dir / "aba.raw", aba);
+    writeBytes(dir / "padded.raw", padded);
+    const auto rgba = [](const Bytes& frame) {
+        return tooltest::libraryOutput(frame, ZEL_PIX_BAYER_RG12_PACKED, kW, kH, 96, ZEL_PIX_RGBA8, 4);
+    };
+    const std::string common = " --format BayerRG12Packed --size 64x48 --method nearest --layout rgba8";
+    const Outcome run = runTool("convert aba.raw out.raw --frames 3" + common, dir);
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(run.out, "");  // no progress line when nobody watches
+    EXPECT_EQ(readBytes(dir / "out-0000.raw"), rgba(a));
+    EXPECT_EQ(readBytes(dir / "out-0001.raw"), rgba(b));
+    ASSERT_EQ(runTool("convert padded.raw padded-out.raw --stride 100" + common, dir).exitCode, 0);
+    EXPECT_EQ(readBytes(dir / "padded-out.raw"), rgba(a));
+    ASSERT_EQ(runTool("convert a.raw aba.raw --out-dir pics --type raw" + common, dir).exitCode, 0);
+    EXPECT_EQ(dir.list("pics"), (std::vector<std::string>{"a.raw", "aba-0000.raw", "aba-0001.raw", "aba-0002.raw"}));
+    ASSERT_EQ(runTool("convert a.raw aba.raw p-%03d.raw" + common, dir).exitCode, 0);
+    EXPECT_EQ(readBytes(dir / "p-002.raw"), rgba(b));
+    ASSERT_EQ(runTool("convert aba.raw one.raw --first 1 --count 1" + common, dir).exitCode, 0);
+    EXPECT_EQ(readBytes(dir / "one.raw"), rgba(b));
+    EXPECT_EQ(dir.list(), (std::vector<std::string>{"a.raw", "aba.raw", "one.raw", "out-0000.raw", "out-0001.raw",
+                                                    "out-0002.raw", "p-000.raw", "p-001.raw", "p-002.raw", "p-003.raw",
+                                                    "padded-out.raw", "padded.raw", "pics"}));
+    const Outcome piped = runTool("convert - - --type ppm" + common + " <aba.raw", dir);
     ASSERT_EQ(piped.exitCode, 0) << piped.err;
-    EXPECT_EQ(piped.out.size(), 2 * (13 + 64 * 48 * 3u));
+    EXPECT_EQ(piped.out.size(), 3 * (13 + 64 * 48 * 3u));
     EXPECT_EQ(piped.out.substr(0, 13), "P6\n64 48\n255\n");
 }

@@ -215,6 +215,8 @@ FAULTS = [
      "} else if (inlineValue && inlineValue->empty()) {"),
     ("tool-threads-zero", "tools/zelvora/src/bands.cpp", "parsePositive(*text, \"threads\", kMaxThreads)",
      "parseCount(*text, \"threads\", kMaxThreads)"),
+    ("tool-abandoned-output", "tools/zelvora/src/rawio.cpp", "std::fclose(stream_);\n        unlink(temporary_.c_str());",
+     "std::fclose(stream_);"),
     ("python-band-rows", "python/src/demosaic.cpp", "edge(band + 1) - edge(band), false",
      "edge(band + 1) - edge(band) - 1, false"),
     ("python-error-text", "python/src/capture.cpp", "\" failed: \"", "\" failed with \""),

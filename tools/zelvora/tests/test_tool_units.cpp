@@ -12,7 +12,6 @@
 #include "library.hpp"
 #include "picture.hpp"
 #include "psnr.hpp"
-#include "rawio.hpp"
 #include "samples.hpp"
 #include "scene.hpp"
 #include "tool_test_support.hpp"
@@ -216,16 +215,4 @@ TEST(ToolWriters, FilesByHand) {
     const uint16_t deep[] = {0xABC, 1, 5000, 0x100};
     writePicture(dir / "p.pgm", pictureFromSamples(deep, 2, 2, 1, 12), handle, diagnostics);
     EXPECT_EQ(tooltest::readText(dir / "p.pgm"), std::string("P5\n2 2\n4095\n\x0A\xBC\x00\x01\x0F\xFF\x01\x00", 20));
-}
-
-TEST(ToolWriters, OutputAppearsOnlyWhenCommitted) {
-    ScratchDir dir;
-    {
-        OutputFile abandoned(dir / "a.raw");
-        abandoned.write(Bytes(100, 1));
-    }
-    EXPECT_TRUE(dir.list().empty());
-    writeWholeFile(dir / "b.raw", Bytes{1, 2, 3});
-    EXPECT_EQ(dir.list(), std::vector<std::string>{"b.raw"});
-    EXPECT_EQ(tooltest::readText(dir / "b.raw"), "\x01\x02\x03");
 }

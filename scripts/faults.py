@@ -287,6 +287,7 @@ def main():
                 f.write(f"\n==== {name}\n")
             start = time.time()
             failing = ""
+            verdict = "survived"
             if run(["ninja", "-j", jobs], build, log):
                 verdict = "broken"
             elif run(test, build, log):

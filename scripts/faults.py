@@ -5,7 +5,8 @@ Copies the tree (the files git knows, as they are on disk) to a scratch
 directory, builds it once (release, tests, tool and Python module), then for
 every fault below: replaces one piece of code, rebuilds incrementally, runs
 ctest and restores the file. A fault is caught when a suite fails (the
-failing suites are listed), and survives when every suite passes. A fault
+failing suites are listed, and with --cases the failing test cases inside
+them, from the suites' own reports), and survives when every suite passes. A fault
 whose code is no longer found is reported as stale, one that no longer
 compiles as broken; neither counts.
 
@@ -15,6 +16,7 @@ Exit status 0 when every fault is caught, 1 when some survive.
 """
 import argparse
 import os
+import re
 import shutil
 import subprocess
 import sys
@@ -223,6 +225,13 @@ FAULTS = [
 ]
 
 
+def failedCases(output):
+    """The failing cases that GoogleTest and pytest name in their reports."""
+    names = re.findall(r"^\[  FAILED  \] ([\w/.]+)(?:,| \(|$)", output, re.M)
+    names += re.findall(r"^FAILED \S*::(\S+)", output, re.M)
+    return sorted(set(names))
+
+
 def run(cmd, cwd, log):
     with open(log, "ab") as out:
         return subprocess.run(cmd, cwd=cwd, stdout=out, stderr=subprocess.STDOUT).returncode
@@ -234,6 +243,7 @@ def main():
     parser.add_argument("--dir", default=os.path.join(root, "build", "faults"), help="scratch directory")
     parser.add_argument("--only", default="", help="comma-separated fault names")
     parser.add_argument("--list", action="store_true", help="list the faults and stop")
+    parser.add_argument("--cases", action="store_true", help="name the failing test cases inside each suite")
     parser.add_argument("--cmake", action="append", default=[], metavar="OPTION",
                         help="an extra CMake option, such as -DCMAKE_CXX_FLAGS=-DHWY_DISABLED_TARGETS=7680 "
                              "(AVX3 alone: quicker rebuilds on a processor that has it)")
@@ -261,7 +271,7 @@ def main():
     if run(configure, tree, log) or run(["ninja", "-j", jobs], build, log):
         print(f"the unchanged tree does not build (see {log})")
         return 2
-    test = ["ctest", "-j", jobs, "--timeout", "300"]
+    test = ["ctest", "-j", jobs, "--timeout", "300"] + (["--output-on-failure"] if args.cases else [])
     if run(test, build, log):
         print(f"the unchanged tree fails its tests (see {log})")
         return 2
@@ -286,6 +296,7 @@ def main():
             with open(log, "a") as f:
                 f.write(f"\n==== {name}\n")
             start = time.time()
+            logged = os.path.getsize(log)
             failing = ""
             verdict = "survived"
             if run(["ninja", "-j", jobs], build, log):
@@ -294,6 +305,10 @@ def main():
                 verdict = "caught"
                 with open(os.path.join(build, "Testing", "Temporary", "LastTestsFailed.log")) as f:
                     failing = " ".join(line.strip().split(":", 1)[-1] for line in f)
+                if args.cases:
+                    with open(log, "rb") as f:
+                        f.seek(logged)
+                        failing += " [" + " ".join(failedCases(f.read().decode(errors="replace"))) + "]"
             with open(target, "w") as f:
                 f.write(original)
             os.utime(target)  # newer than the faulty objects, so the next build redoes them

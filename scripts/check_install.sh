@@ -17,7 +17,7 @@ cmake --install "$work/build" --prefix "$work/prefix" >/dev/null
 
 mkdir -p "$work/consumer"
 cp "$root/tests/rows_example_test.c" "$work/consumer/main.c"
-cp "$root/tests/rows_example.c" "$work/consumer/"
+cp "$root/examples/rows_example.c" "$work/consumer/"
 cat >"$work/consumer/CMakeLists.txt" <<'CMAKE'
 cmake_minimum_required(VERSION 3.20)
 project(consumer C)

@@ -1,6 +1,6 @@
 #!/bin/sh
 # The C block that follows the line "<!-- FILE -->" in README.md is FILE.
-#   check_readme_example.sh README.md tests/rows_example.c
+#   check_readme_example.sh README.md examples/rows_example.c
 readme=$1 file=$2
 marker="<!-- $(basename "$file") -->"
 awk -v marker="$marker" '

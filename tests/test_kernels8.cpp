@@ -1,7 +1,9 @@
-// 8-bit edge-directed demosaicing: hand-worked values pinning the per-pixel
-// reference and the drivers, what the drivers' flags mean, and the refusals
-// with each driver's number. (Every order and layout through zelDemosaicing
-// is checked against the reference by the frame suite.)
+// The 8-bit kernels called directly: edge-directed values worked by hand,
+// pinning the per-pixel reference and the drivers; the deliberate reads of
+// bilinear GR/GB frames of odd width; what the edge drivers' flags mean, and
+// their refusals with each driver's number. (Every method, order and layout
+// through zelDemosaicing is checked against the references by the frame
+// suite.)
 #include <gtest/gtest.h>
 
 #include <array>
@@ -9,6 +11,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "references.hpp"
@@ -64,6 +67,28 @@ TEST(EdgeRules, HandWorkedValues) {
         const uint8_t* p = &out[3 * (k.row * 10 + k.col)];
         EXPECT_EQ((Rgb{p[0], p[1], p[2]}.*k.channel), k.expected) << k.rule;
         EXPECT_EQ(Edge(m, 10, 10, ref::kRGGB, 255).at(k.row, k.col).*k.channel, k.expected) << k.rule;
+    }
+}
+
+// A 5x4 GB frame: the green at (0, 3) reads s(0,0) where s(0,2) belongs, the
+// row-0 colour at (1, 3) and (1, 4) reads s(2,1) where s(2,3) belongs, and
+// mono output exchanges the weights of green and red on those pixels.
+TEST(Bilinear8, GrOddWidthReadsAndWeightSwap) {
+    const Bytes src{0,  90, 200, 30, 60,    //
+                    10, 20, 30,  40, 50,    //
+                    70, 240, 80, 100, 110,  //
+                    1,  2,  3,   4,  5};
+    Bytes bgr(60), mono(20);
+    const uint32_t weights[3] = {77, 150, 29};
+    gb8ToBgr8_bilinear(src.data(), 4, 5, bgr.data());
+    gr8ToMono8_bilinear(src.data(), 4, 5, weights, mono.data());
+    EXPECT_EQ(bgr[3 * 3 + 1], (0 + 60 + 2 * 40) >> 2);       // not (200 + 60 + 80) >> 2
+    EXPECT_EQ(bgr[3 * 8], (30 + 240) >> 1);                 // not (30 + 100) >> 1
+    EXPECT_EQ(bgr[3 * 9], (30 + 240) >> 1);
+    for (int i : {3, 4, 8, 9, 5}) {
+        const uint32_t b = bgr[3 * i], g = bgr[3 * i + 1], r = bgr[3 * i + 2];
+        const bool swapped = i != 5;
+        EXPECT_EQ(mono[i], (77 * b + (swapped ? 29 : 150) * g + (swapped ? 150 : 29) * r + 128) >> 8) << i;
     }
 }
 

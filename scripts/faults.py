@@ -15,6 +15,7 @@ compiles as broken; neither counts.
 Exit status 0 when every fault is caught, 1 when some survive.
 """
 import argparse
+import filecmp
 import os
 import re
 import shutil
@@ -257,13 +258,22 @@ def main():
     tree = os.path.join(args.dir, "tree")
     build = os.path.join(args.dir, "build")
     log = os.path.join(args.dir, "log.txt")
-    shutil.rmtree(tree, ignore_errors=True)
-    os.makedirs(tree)
+    # The copy is brought up to date file by file: a file whose bytes changed
+    # gets the current time, so that a build left in the directory by an
+    # earlier run (perhaps with a fault compiled in) redoes what depends on it.
     files = subprocess.run(["git", "ls-files", "-z"], cwd=root, capture_output=True, check=True).stdout
-    for name in filter(None, files.decode().split("\0")):
-        if os.path.isfile(os.path.join(root, name)):
-            os.makedirs(os.path.dirname(os.path.join(tree, name)), exist_ok=True)
-            shutil.copy2(os.path.join(root, name), os.path.join(tree, name))
+    wanted = {name for name in filter(None, files.decode().split("\0")) if os.path.isfile(os.path.join(root, name))}
+    for folder, _, names in os.walk(tree):
+        for name in names:
+            if os.path.relpath(os.path.join(folder, name), tree) not in wanted:
+                os.remove(os.path.join(folder, name))
+    for name in wanted:
+        source, copy = os.path.join(root, name), os.path.join(tree, name)
+        if os.path.isfile(copy) and filecmp.cmp(source, copy, shallow=False):
+            continue
+        os.makedirs(os.path.dirname(copy), exist_ok=True)
+        shutil.copy(source, copy)
+        os.utime(copy)
     open(log, "w").close()
     configure = ["cmake", "-S", tree, "-B", build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release",
                  "-DZELVORA_BUILD_BENCH=OFF", "-DZELVORA_BUILD_PYTHON=ON"] + args.cmake

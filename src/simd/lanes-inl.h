@@ -30,7 +30,16 @@ struct Lanes {
     friend inline HWY_ATTR Lanes operator*(Lanes a, Lanes b) { return {a.v * b.v}; }
     friend inline HWY_ATTR Lanes operator&(Lanes a, Lanes b) { return {hn::And(a.v, b.v)}; }
     friend inline HWY_ATTR Lanes operator|(Lanes a, Lanes b) { return {hn::Or(a.v, b.v)}; }
-    friend inline HWY_ATTR Lanes operator>>(Lanes a, int k) { return {hn::ShiftRightSame(a.v, k)}; }
+    // The rules shift right by 1, 2 or 8: once inlined, those counts take
+    // the immediate form, which on NEON needs no register of negated counts.
+    friend inline HWY_ATTR Lanes operator>>(Lanes a, int k) {
+        switch (k) {
+            case 1: return {hn::ShiftRight<1>(a.v)};
+            case 2: return {hn::ShiftRight<2>(a.v)};
+            case 8: return {hn::ShiftRight<8>(a.v)};
+            default: return {hn::ShiftRightSame(a.v, k)};
+        }
+    }
     friend inline HWY_ATTR Lanes operator<<(Lanes a, int k) { return {hn::ShiftLeftSame(a.v, k)}; }
     // The few rules that are not operators, for signed lanes: |a|, a clamped
     // to 0..max, and a < b ? yes : no.

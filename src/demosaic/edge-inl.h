@@ -125,16 +125,24 @@ struct GreenSources {
 // green of column 0 of the rows that hold the red and the blue sites; column
 // x + j is a red site for even j. Both return the columns done, a whole
 // number of vectors (so always an even number).
+// The lanes of the blue sites (odd j), formed once before a loop: NEON's
+// OddEven would fetch its constant anew for every vector.
+template <class D>
+HWY_INLINE hn::Mask<D> blueLanes(D d) {
+    using T = hn::TFromD<D>;
+    return hn::Ne(hn::And(hn::Iota(d, T{0}), hn::Set(d, T{1})), hn::Zero(d));
+}
 template <typename T>
 HWY_INLINE int greensOfPixels(const T* red, const T* blue, int x, int count, T* dst) {
     const hn::ScalableTag<T> d;
     const int n = static_cast<int>(hn::Lanes(d));
+    const auto blueSite = blueLanes(d);
     int j = 0;
     for (; j + n <= count; j += n) {
         hn::Vec<decltype(d)> s0, fromRed, fromBlue, s2;
         hn::LoadInterleaved3(d, red + 3 * (x + j) - 1, s0, fromRed, s2);
         hn::LoadInterleaved3(d, blue + 3 * (x + j) - 1, s0, fromBlue, s2);
-        hn::StoreU(hn::OddEven(fromBlue, fromRed), d, dst + j);
+        hn::StoreU(hn::IfThenElse(blueSite, fromBlue, fromRed), d, dst + j);
     }
     return j;
 }
@@ -145,12 +153,13 @@ template <typename T>
 HWY_INLINE int blueGreensIntoPixels(T* line, int x, int count, const T* src) {
     const hn::ScalableTag<T> d;
     const int n = static_cast<int>(hn::Lanes(d));
+    const auto blueSite = blueLanes(d);
     int j = 0;
     for (; j + n <= count; j += n) {
         T* p = line + 3 * (x + j) - 1;
         hn::Vec<decltype(d)> s0, green, s2;
         hn::LoadInterleaved3(d, p, s0, green, s2);
-        green = hn::OddEven(hn::LoadU(d, src + j), green);
+        green = hn::IfThenElse(blueSite, hn::LoadU(d, src + j), green);
         hn::StoreInterleaved3(s0, green, s2, d, p);
     }
     return j;
@@ -225,6 +234,17 @@ HWY_INLINE void aliasGreens(const GreenSources& g, int count, T* oldG, T* newG) 
     }
 }
 
+// body(j) for j = 0, step, ... while a whole vector of `step` columns fits in
+// `cols` (at least one does), then once for the last vector, which may
+// overlap the one before. The plain loop lets the compiler step its
+// addresses instead of forming each anew.
+template <typename Body>
+HWY_INLINE void forVectors(int cols, int step, Body&& body) {
+    int j = 0;
+    for (; j + step <= cols; j += step) body(j);
+    if (j < cols) body(cols - step);
+}
+
 // Every step from x to last when there are at least as many as one vector
 // holds; the last vector of a block may overlap the one before, which then
 // computes the same values twice. Greens the pass does not compute are
@@ -252,21 +272,15 @@ HWY_FLATTEN int EdgeSpan(const simd::EdgeRun<T>& run, const edge::PassKind& kind
             oldG[0] = static_cast<T>(w.e[2].oldG), oldG[1] = static_cast<T>(w.e[3].oldG);
             newG[0] = static_cast<T>(w.e[2].newG), newG[1] = static_cast<T>(w.e[3].newG);
             readOldGreens(run, g, x, cols, oldG + 2);
-            for (int j = 0;; j += 2 * n) {
-                j = std::min(j, cols - 2 * n);
-                newGreens(run, x + j, newG + 2 + j, maxValue);
-                if (j == cols - 2 * n) break;
-            }
+            forVectors(cols, 2 * n, [&](int j) { newGreens(run, x + j, newG + 2 + j, maxValue); });
             aliasGreens(g, cols, oldG + 2, newG + 2);
             // The store before the pixels: a green row that shares the last
             // output row is overwritten by its pixels, as in the scalar walk.
             writeNewGreens(run, g, kind.lower, x, cols, newG + 2);
             // A pass that only carries greens to a band completes no pixel.
-            for (int j = 0; kind.upper || kind.lower; j += 2 * n) {
-                j = std::min(j, cols - 2 * n);
-                completeSteps(run, kind, store, x + j, oldG + j, newG + j, maxValue);
-                if (j == cols - 2 * n) break;
-            }
+            if (kind.upper || kind.lower)
+                forVectors(cols, 2 * n,
+                           [&](int j) { completeSteps(run, kind, store, x + j, oldG + j, newG + j, maxValue); });
             // The window of the last step done: columns x + cols - 4 .. x + cols - 1.
             for (int k = 0; k < 4; ++k) {
                 const int c = x + cols - 4 + k;

@@ -171,11 +171,16 @@ std::vector<Kernel> kernels() {
     return k;
 }
 
-// Frame contents: random bytes, or every byte 0 or 255 (the extremes, and
-// 16-bit samples with every bit above any depth set).
+// Frame contents: random bytes, every byte 0 or 255 (the extremes, and
+// 16-bit samples with every bit above any depth set), or random 12-bit
+// samples (mode 3), a few of them replaced by 16-bit ones (mode 4): the
+// 16-bit edge spans take narrower lanes where the samples allow.
 Bytes content(size_t n, int mode, uint32_t seed) {
-    if (mode == 0) return zeltest::randomBytes(n, seed);
-    return Bytes(n, mode == 1 ? 0x00 : 0xFF);
+    if (mode == 1 || mode == 2) return Bytes(n, mode == 1 ? 0x00 : 0xFF);
+    Bytes b = zeltest::randomBytes(n, seed);
+    if (mode >= 3)
+        for (size_t i = 1; i < n; i += 2) b[i] = mode == 4 && i % 194 == 101 ? b[i] | 0x80 : b[i] & 0x0F;
+    return b;
 }
 
 // One run of a kernel on an exact-size, possibly misaligned copy of `in`,
@@ -200,7 +205,7 @@ TEST_P(SimdChecker, SameBytesAsScalarOnEveryTarget) {
         const Kernels& target = *targets[t];
         for (int w = k.minWidth; w <= kMaxWidth; ++w) {
             for (int h : {k.minHeight, k.minHeight + 1, std::max(7, k.minHeight + 3)}) {
-                const int mode = (w + h) % 5 < 3 ? 0 : (w + h) % 5 - 2;
+                const int mode = (w + h) % 7 < 3 ? 0 : (w + h) % 7 - 2;
                 const Bytes in = content(k.inBytes(h, w), mode, static_cast<uint32_t>(w * 131 + h));
                 const size_t misalign = static_cast<size_t>(w + h) % 4 * k.alignment;
                 zel::simd::useKernels(scalar);

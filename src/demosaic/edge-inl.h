@@ -48,6 +48,9 @@ struct SignedPairs {
         const auto s = P::load(p);
         return {S{hn::BitCast(DS(), s.even.v)}, S{hn::BitCast(DS(), s.odd.v)}};
     }
+    // Steps (column pairs) per vector, and the clamp's bound.
+    static HWY_INLINE int count() { return static_cast<int>(P::count()); }
+    static HWY_INLINE S maxOf(int maxValue) { return S{hn::Set(DS(), maxValue)}; }
     // Values already clamped to 0..maxValue.
     static HWY_INLINE L unsign(S v) { return L{hn::BitCast(DW(), v.v)}; }
     static HWY_INLINE RgbOf<L> unsign(const RgbOf<S>& v) { return {unsign(v.red), unsign(v.green), unsign(v.blue)}; }
@@ -110,6 +113,124 @@ HWY_INLINE void completeSteps(const simd::EdgeRun<T>& run, const edge::PassKind&
         w.e[3].newD = difference(r3b.odd, nb.odd);
         store.pairs(run.lower + x - 1, SP::unsign(edge::lowerGreenRule<S>(w, r2a.odd, maxValue)),
                     SP::unsign(edge::lowerRedRule<S>(w, r2b.even, maxValue)));
+    }
+}
+
+// 16-bit samples in column order, one to a signed 16-bit lane, for blocks
+// whose samples lie below 4096 and whose greens lie below 8192: every value
+// the completion rules then form lies within -32768..32767 (a sum of four
+// colour differences is at least 4 * -8191), and the clamp's bound may be
+// lowered to 32767. The colour differences of a block are formed once per
+// column, in column order; each vector then completes consecutive pixels,
+// every lane by the rule of its site, the lanes of the other kind of site
+// discarded.
+struct Narrow {
+    using DU = hn::ScalableTag<uint16_t>;
+    using DS = hn::ScalableTag<int16_t>;
+    using S = Lanes<DS>;
+    static constexpr uint16_t kSampleLimit = 1 << 12;
+    static constexpr uint16_t kGreenLimit = 1 << 13;
+
+    static HWY_INLINE S samples(const uint16_t* p) { return S{hn::BitCast(DS(), hn::LoadU(DU(), p))}; }
+    static HWY_INLINE S differences(const int16_t* p) { return S{hn::LoadU(DS(), p)}; }
+    // Lanes 0, 2, 4, ...
+    static HWY_INLINE hn::Mask<DS> evenLanes() {
+        const DS d;
+        return hn::Eq(hn::And(hn::Iota(d, 0), hn::Set(d, 1)), hn::Zero(d));
+    }
+    static HWY_INLINE S maxOf(int maxValue) { return S{hn::Set(DS(), static_cast<int16_t>(std::min(maxValue, 32767)))}; }
+    // Values already clamped: a where m holds, else b, as samples.
+    static HWY_INLINE hn::Vec<DU> pick(hn::Mask<DS> m, S a, S b) { return hn::BitCast(DU(), hn::IfThenElse(m, a.v, b.v)); }
+};
+
+// The colour differences of the columns x-2 .. x + count - 3, entry k
+// column x-2+k, red columns at even k: of the old rows (y-2 red, y-1 blue)
+// against oldG and of the new rows (y red, y+1 blue) against newG. Returns
+// false, leaving them unfinished, when a sample of rows y-2 .. y+1 reaches
+// 4096 or a green 8192.
+HWY_INLINE bool narrowDifferences(const simd::EdgeRun<uint16_t>& run, int x, int count, const uint16_t* oldG,
+                                  const uint16_t* newG, int16_t* oldD, int16_t* newD) {
+    const Narrow::DU du;
+    const Narrow::DS ds;
+    const int n = static_cast<int>(hn::Lanes(du));
+    const auto red = hn::RebindMask(du, Narrow::evenLanes());
+    const uint16_t* r0 = run.row[0] + x - 2;
+    const uint16_t* r1 = run.row[1] + x - 2;
+    const uint16_t* r2 = run.row[2] + x - 2;
+    const uint16_t* r3 = run.row[3] + x - 2;
+    auto samples = hn::Zero(du), greens = hn::Zero(du);
+    auto at = [&](int k) {
+        const auto s0 = hn::LoadU(du, r0 + k), s1 = hn::LoadU(du, r1 + k);
+        const auto s2 = hn::LoadU(du, r2 + k), s3 = hn::LoadU(du, r3 + k);
+        const auto so = hn::IfThenElse(red, s0, s1), sn = hn::IfThenElse(red, s2, s3);
+        const auto go = hn::LoadU(du, oldG + k), gn = hn::LoadU(du, newG + k);
+        // Every sample: the pixels also take the green samples of rows y-1
+        // and y as they are.
+        samples = hn::Max(samples, hn::Max(hn::Max(s0, s1), hn::Max(s2, s3)));
+        greens = hn::Max(greens, hn::Max(go, gn));
+        hn::StoreU(hn::BitCast(ds, hn::Sub(so, go)), ds, oldD + k);
+        hn::StoreU(hn::BitCast(ds, hn::Sub(sn, gn)), ds, newD + k);
+    };
+    int k = 0;
+    for (; k + n <= count; k += n) at(k);
+    if (k < count) at(count - n);
+    return hn::AllTrue(du, hn::And(hn::Lt(samples, hn::Set(du, Narrow::kSampleLimit)),
+                                   hn::Lt(greens, hn::Set(du, Narrow::kGreenLimit))));
+}
+
+// The pixels of columns c .. c + Lanes - 1 of the rows the pass completes,
+// c a blue column; greens and differences point at column c.
+template <typename Store>
+HWY_INLINE void completeNarrow(const simd::EdgeRun<uint16_t>& run, const edge::PassKind& kind, const Store& store,
+                               int c, const uint16_t* oldG, const uint16_t* newG, const int16_t* oldD,
+                               const int16_t* newD, hn::Mask<Narrow::DS> blueColumn, Narrow::S maxValue) {
+    using N = Narrow;
+    using S = N::S;
+    // Lanes at blue columns see columns c-1, c, c+1 as window entries 0, 1,
+    // 2; lanes at red columns as entries 1, 2, 3.
+    edge::WindowOf<S> atBlue, atRed;
+    atBlue.e[0].oldD = atRed.e[1].oldD = N::differences(oldD - 1);
+    atBlue.e[1].oldD = atRed.e[2].oldD = N::differences(oldD);
+    atBlue.e[2].oldD = atRed.e[3].oldD = N::differences(oldD + 1);
+    atBlue.e[0].newD = atRed.e[1].newD = N::differences(newD - 1);
+    atBlue.e[1].newD = atRed.e[2].newD = N::differences(newD);
+    atBlue.e[2].newD = atRed.e[3].newD = N::differences(newD + 1);
+    if (kind.upper) {
+        const S own = N::samples(run.row[1] + c);
+        atBlue.e[1].oldG = N::samples(oldG);
+        const RgbOf<S> b = edge::upperBlueRule<S>(atBlue, own, maxValue);
+        const RgbOf<S> r = edge::upperGreenRule<S>(atRed, own, maxValue);
+        store.samples(run.upper + c, N::pick(blueColumn, b.red, r.red), N::pick(blueColumn, b.green, r.green),
+                      N::pick(blueColumn, b.blue, r.blue));
+    }
+    if (kind.lower) {
+        const S own = N::samples(run.row[2] + c);
+        atRed.e[2].newG = N::samples(newG);
+        const RgbOf<S> b = edge::lowerGreenRule<S>(atBlue, own, maxValue);
+        const RgbOf<S> r = edge::lowerRedRule<S>(atRed, own, maxValue);
+        store.samples(run.lower + c, N::pick(blueColumn, b.red, r.red), N::pick(blueColumn, b.green, r.green),
+                      N::pick(blueColumn, b.blue, r.blue));
+    }
+}
+
+// The pixels of a block of `cols` columns from x (steps x, x+2, ...); the
+// greens and differences from column x-2 on. Kept out of line: its
+// registers are then its own.
+template <typename Store>
+HWY_NOINLINE void completeNarrowBlock(const simd::EdgeRun<uint16_t>& run, const edge::PassKind& kind,
+                                      const Store& store, int x, int cols, const uint16_t* oldG,
+                                      const uint16_t* newG, const int16_t* oldD, const int16_t* newD) {
+    const auto blueColumn = Narrow::evenLanes();
+    const auto maxValue = Narrow::maxOf(run.maxValue);
+    const int lanes = static_cast<int>(hn::Lanes(Narrow::DU()));
+    int j = 0;
+    for (; j + lanes <= cols; j += lanes)
+        completeNarrow(run, kind, store, x - 1 + j, oldG + 1 + j, newG + 1 + j, oldD + 1 + j, newD + 1 + j,
+                       blueColumn, maxValue);
+    if (j < cols) {
+        j = cols - lanes;
+        completeNarrow(run, kind, store, x - 1 + j, oldG + 1 + j, newG + 1 + j, oldD + 1 + j, newD + 1 + j,
+                       blueColumn, maxValue);
     }
 }
 
@@ -253,15 +374,18 @@ template <typename T>
 HWY_FLATTEN int EdgeSpan(const simd::EdgeRun<T>& run, const edge::PassKind& kind, edge::Window& w, int x, int last) {
     using SP = SignedPairs<T>;
     using S = typename SP::S;
-    const int n = static_cast<int>(SP::P::count());  // steps per vector
+    const int n = SP::count();  // steps per vector
     if (x + 2 * (n - 1) > last) return x;
     return static_cast<int>(withStore<T>(run.out, x, [&](const auto& store) -> ptrdiff_t {
         // Columns per block: a few kilobytes of stack at most.
         constexpr int kBlock = 512;
         T oldG[2 + kBlock];
         T newG[2 + kBlock];
+        // Colour differences of 16-bit blocks that complete in narrow lanes.
+        int16_t oldD[sizeof(T) == 2 ? 2 + kBlock : 1];
+        int16_t newD[sizeof(T) == 2 ? 2 + kBlock : 1];
         const GreenSources g(kind);
-        const S maxValue{hn::Set(typename SP::DS(), run.maxValue)};
+        const S maxValue = SP::maxOf(run.maxValue);
         const int blockSteps = kBlock / 2 / n * n;  // at least two vectors
         for (int left = (last - x) / 2 + 1; left > 0;) {
             // A block of whole vectors, or all that is left; never leave
@@ -278,9 +402,18 @@ HWY_FLATTEN int EdgeSpan(const simd::EdgeRun<T>& run, const edge::PassKind& kind
             // output row is overwritten by its pixels, as in the scalar walk.
             writeNewGreens(run, g, kind.lower, x, cols, newG + 2);
             // A pass that only carries greens to a band completes no pixel.
-            if (kind.upper || kind.lower)
-                forVectors(cols, 2 * n,
-                           [&](int j) { completeSteps(run, kind, store, x + j, oldG + j, newG + j, maxValue); });
+            if (kind.upper || kind.lower) {
+                bool narrow = false;
+                if constexpr (sizeof(T) == 2) {
+                    // Entry k of the differences is column x-2+k.
+                    const int lanes = static_cast<int>(hn::Lanes(Narrow::DU()));
+                    narrow = cols >= lanes && narrowDifferences(run, x, cols + 2, oldG, newG, oldD, newD);
+                    if (narrow) completeNarrowBlock(run, kind, store, x, cols, oldG, newG, oldD, newD);
+                }
+                if (!narrow)
+                    forVectors(cols, 2 * n,
+                               [&](int j) { completeSteps(run, kind, store, x + j, oldG + j, newG + j, maxValue); });
+            }
             // The window of the last step done: columns x + cols - 4 .. x + cols - 1.
             for (int k = 0; k < 4; ++k) {
                 const int c = x + cols - 4 + k;

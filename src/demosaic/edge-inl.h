@@ -139,8 +139,12 @@ struct Narrow {
         return hn::Eq(hn::And(hn::Iota(d, 0), hn::Set(d, 1)), hn::Zero(d));
     }
     static HWY_INLINE S maxOf(int maxValue) { return S{hn::Set(DS(), static_cast<int16_t>(std::min(maxValue, 32767)))}; }
-    // Values already clamped: a where m holds, else b, as samples.
-    static HWY_INLINE hn::Vec<DU> pick(hn::Mask<DS> m, S a, S b) { return hn::BitCast(DU(), hn::IfThenElse(m, a.v, b.v)); }
+    // Pixels from index i on: `a` where m holds, else `b`, both clamped.
+    template <typename Store>
+    static HWY_INLINE void put(const Store& store, ptrdiff_t i, hn::Mask<DS> m, const RgbOf<S>& a, const RgbOf<S>& b) {
+        auto pick = [m](S u, S v) { return hn::BitCast(DU(), hn::IfThenElse(m, u.v, v.v)); };
+        store.samples(i, pick(a.red, b.red), pick(a.green, b.green), pick(a.blue, b.blue));
+    }
 };
 
 // The colour differences of the columns x-2 .. x + count - 3, entry k
@@ -171,11 +175,17 @@ HWY_INLINE bool narrowDifferences(const simd::EdgeRun<uint16_t>& run, int x, int
         hn::StoreU(hn::BitCast(ds, hn::Sub(so, go)), ds, oldD + k);
         hn::StoreU(hn::BitCast(ds, hn::Sub(sn, gn)), ds, newD + k);
     };
-    int k = 0;
+    auto fits = [&] {
+        return hn::AllTrue(du, hn::And(hn::Lt(samples, hn::Set(du, Narrow::kSampleLimit)),
+                                       hn::Lt(greens, hn::Set(du, Narrow::kGreenLimit))));
+    };
+    // Deeper frames show it at once: their blocks stop after one vector.
+    at(0);
+    if (!fits()) return false;
+    int k = n;
     for (; k + n <= count; k += n) at(k);
     if (k < count) at(count - n);
-    return hn::AllTrue(du, hn::And(hn::Lt(samples, hn::Set(du, Narrow::kSampleLimit)),
-                                   hn::Lt(greens, hn::Set(du, Narrow::kGreenLimit))));
+    return fits();
 }
 
 // The pixels of columns c .. c + Lanes - 1 of the rows the pass completes,
@@ -198,24 +208,20 @@ HWY_INLINE void completeNarrow(const simd::EdgeRun<uint16_t>& run, const edge::P
     if (kind.upper) {
         const S own = N::samples(run.row[1] + c);
         atBlue.e[1].oldG = N::samples(oldG);
-        const RgbOf<S> b = edge::upperBlueRule<S>(atBlue, own, maxValue);
-        const RgbOf<S> r = edge::upperGreenRule<S>(atRed, own, maxValue);
-        store.samples(run.upper + c, N::pick(blueColumn, b.red, r.red), N::pick(blueColumn, b.green, r.green),
-                      N::pick(blueColumn, b.blue, r.blue));
+        N::put(store, run.upper + c, blueColumn, edge::upperBlueRule<S>(atBlue, own, maxValue),
+               edge::upperGreenRule<S>(atRed, own, maxValue));
     }
     if (kind.lower) {
         const S own = N::samples(run.row[2] + c);
         atRed.e[2].newG = N::samples(newG);
-        const RgbOf<S> b = edge::lowerGreenRule<S>(atBlue, own, maxValue);
-        const RgbOf<S> r = edge::lowerRedRule<S>(atRed, own, maxValue);
-        store.samples(run.lower + c, N::pick(blueColumn, b.red, r.red), N::pick(blueColumn, b.green, r.green),
-                      N::pick(blueColumn, b.blue, r.blue));
+        N::put(store, run.lower + c, blueColumn, edge::lowerGreenRule<S>(atBlue, own, maxValue),
+               edge::lowerRedRule<S>(atRed, own, maxValue));
     }
 }
 
 // The pixels of a block of `cols` columns from x (steps x, x+2, ...); the
 // greens and differences from column x-2 on. Kept out of line: its
-// registers are then its own.
+// registers are then its own (inlined, GCC spills the windows).
 template <typename Store>
 HWY_NOINLINE void completeNarrowBlock(const simd::EdgeRun<uint16_t>& run, const edge::PassKind& kind,
                                       const Store& store, int x, int cols, const uint16_t* oldG,
@@ -233,6 +239,11 @@ HWY_NOINLINE void completeNarrowBlock(const simd::EdgeRun<uint16_t>& run, const 
                        blueColumn, maxValue);
     }
 }
+
+// Where the narrow completion runs: NEON, whose 32-bit lanes cost twice the
+// instructions. On x86 it measured no faster than the 32-bit lanes (and
+// slower out of line), so those targets keep them.
+constexpr bool narrowCompletion() { return HWY_TARGET == HWY_NEON; }
 
 // Where the pass takes each group of greens from: [0] red, [1] blue.
 struct GreenSources {
@@ -382,8 +393,9 @@ HWY_FLATTEN int EdgeSpan(const simd::EdgeRun<T>& run, const edge::PassKind& kind
         T oldG[2 + kBlock];
         T newG[2 + kBlock];
         // Colour differences of 16-bit blocks that complete in narrow lanes.
-        int16_t oldD[sizeof(T) == 2 ? 2 + kBlock : 1];
-        int16_t newD[sizeof(T) == 2 ? 2 + kBlock : 1];
+        constexpr int kDifferences = sizeof(T) == 2 && narrowCompletion() ? 2 + kBlock : 1;
+        [[maybe_unused]] int16_t oldD[kDifferences];
+        [[maybe_unused]] int16_t newD[kDifferences];
         const GreenSources g(kind);
         const S maxValue = SP::maxOf(run.maxValue);
         const int blockSteps = kBlock / 2 / n * n;  // at least two vectors
@@ -404,7 +416,7 @@ HWY_FLATTEN int EdgeSpan(const simd::EdgeRun<T>& run, const edge::PassKind& kind
             // A pass that only carries greens to a band completes no pixel.
             if (kind.upper || kind.lower) {
                 bool narrow = false;
-                if constexpr (sizeof(T) == 2) {
+                if constexpr (sizeof(T) == 2 && narrowCompletion()) {
                     // Entry k of the differences is column x-2+k.
                     const int lanes = static_cast<int>(hn::Lanes(Narrow::DU()));
                     narrow = cols >= lanes && narrowDifferences(run, x, cols + 2, oldG, newG, oldD, newD);

@@ -36,6 +36,11 @@ void rgMono(benchmark::State& s) {
 void rggb16(benchmark::State& s) {
     timeFrames<uint16_t>(s, 3, [](auto src, int h, int w, auto dst, auto) { demosaicingEdgeRGGBU16(src, h, w, dst); });
 }
+// 12-bit samples in 16-bit containers, the most common deep sensor output.
+void rggb16Twelve(benchmark::State& s) {
+    timeFrames<uint16_t>(
+        s, 3, [](auto src, int h, int w, auto dst, auto) { demosaicingEdgeRGGBU16(src, h, w, dst); }, uint16_t{0x0FFF});
+}
 void grbg16(benchmark::State& s) {
     timeFrames<uint16_t>(s, 3, [](auto src, int h, int w, auto dst, auto) { demosaicingEdgeGRBGU16(src, h, w, dst); });
 }
@@ -55,6 +60,7 @@ BENCHMARK(rgRgba)->Name("edge/rg8ToRgba8")->Apply(zelbench::frameSizes);
 BENCHMARK(rgPlanar)->Name("edge/rg8ToBgr8P")->Apply(zelbench::frameSizes);
 BENCHMARK(rgMono)->Name("edge/rg8ToMono8")->Apply(zelbench::frameSizes);
 BENCHMARK(rggb16)->Name("edge/demosaicingEdgeRGGBU16")->Apply(zelbench::frameSizes);
+BENCHMARK(rggb16Twelve)->Name("edge/demosaicingEdgeRGGBU16_12bit")->Apply(zelbench::frameSizes);
 BENCHMARK(grbg16)->Name("edge/demosaicingEdgeGRBGU16")->Apply(zelbench::frameSizes);
 BENCHMARK(gbrg16)->Name("edge/demosaicingEdgeGBRGU16")->Apply(zelbench::frameSizes);
 BENCHMARK(bggr16)->Name("edge/demosaicingEdgeBGGRU16")->Apply(zelbench::frameSizes);

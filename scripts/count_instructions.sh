@@ -29,7 +29,7 @@ count() {
 }
 
 kernels=("$@")
-[ ${#kernels[@]} -eq 0 ] && kernels=(nearest bilinear bilinear16 edge edge16)
+[ ${#kernels[@]} -eq 0 ] && kernels=(nearest bilinear bilinear16 edge edge16 edge16full)
 printf '%-12s %s\n' kernel "instructions/pixel (128x128)"
 for k in "${kernels[@]}"; do
   one=$(count "$k" 1)

@@ -408,6 +408,10 @@ HWY_FLATTEN int EdgeSpan(const simd::EdgeRun<T>& run, const edge::PassKind& kind
             oldG[0] = static_cast<T>(w.e[2].oldG), oldG[1] = static_cast<T>(w.e[3].oldG);
             newG[0] = static_cast<T>(w.e[2].newG), newG[1] = static_cast<T>(w.e[3].newG);
             readOldGreens(run, g, x, cols, oldG + 2);
+            // Kept inline: moved into a function of its own, GCC 12.2 made
+            // the 8-bit AVX-512 greens differ from the scalar ones (at 68x7,
+            // for one); clang 14 made the same bytes. The vector checker
+            // catches it.
             forVectors(cols, 2 * n, [&](int j) { newGreens(run, x + j, newG + 2 + j, maxValue); });
             aliasGreens(g, cols, oldG + 2, newG + 2);
             // The store before the pixels: a green row that shares the last

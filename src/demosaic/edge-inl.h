@@ -124,6 +124,14 @@ HWY_INLINE void completeSteps(const simd::EdgeRun<T>& run, const edge::PassKind&
 // column, in column order; each vector then completes consecutive pixels,
 // every lane by the rule of its site, the lanes of the other kind of site
 // discarded.
+// Lanes 1, 3, 5, ..., as a mask to form once before a loop: NEON's OddEven
+// would fetch its constant anew for every vector.
+template <class D>
+HWY_INLINE hn::Mask<D> oddLanes(D d) {
+    using T = hn::TFromD<D>;
+    return hn::Ne(hn::And(hn::Iota(d, T{0}), hn::Set(d, T{1})), hn::Zero(d));
+}
+
 struct Narrow {
     using DU = hn::ScalableTag<uint16_t>;
     using DS = hn::ScalableTag<int16_t>;
@@ -134,10 +142,7 @@ struct Narrow {
     static HWY_INLINE S samples(const uint16_t* p) { return S{hn::BitCast(DS(), hn::LoadU(DU(), p))}; }
     static HWY_INLINE S differences(const int16_t* p) { return S{hn::LoadU(DS(), p)}; }
     // Lanes 0, 2, 4, ...
-    static HWY_INLINE hn::Mask<DS> evenLanes() {
-        const DS d;
-        return hn::Eq(hn::And(hn::Iota(d, 0), hn::Set(d, 1)), hn::Zero(d));
-    }
+    static HWY_INLINE hn::Mask<DS> evenLanes() { return hn::Not(oddLanes(DS())); }
     static HWY_INLINE S maxOf(int maxValue) { return S{hn::Set(DS(), static_cast<int16_t>(std::min(maxValue, 32767)))}; }
     // Pixels from index i on: `a` where m holds, else `b`, both clamped.
     template <typename Store>
@@ -257,18 +262,11 @@ struct GreenSources {
 // green of column 0 of the rows that hold the red and the blue sites; column
 // x + j is a red site for even j. Both return the columns done, a whole
 // number of vectors (so always an even number).
-// The lanes of the blue sites (odd j), formed once before a loop: NEON's
-// OddEven would fetch its constant anew for every vector.
-template <class D>
-HWY_INLINE hn::Mask<D> blueLanes(D d) {
-    using T = hn::TFromD<D>;
-    return hn::Ne(hn::And(hn::Iota(d, T{0}), hn::Set(d, T{1})), hn::Zero(d));
-}
 template <typename T>
 HWY_INLINE int greensOfPixels(const T* red, const T* blue, int x, int count, T* dst) {
     const hn::ScalableTag<T> d;
     const int n = static_cast<int>(hn::Lanes(d));
-    const auto blueSite = blueLanes(d);
+    const auto blueSite = oddLanes(d);
     int j = 0;
     for (; j + n <= count; j += n) {
         hn::Vec<decltype(d)> s0, fromRed, fromBlue, s2;
@@ -285,7 +283,7 @@ template <typename T>
 HWY_INLINE int blueGreensIntoPixels(T* line, int x, int count, const T* src) {
     const hn::ScalableTag<T> d;
     const int n = static_cast<int>(hn::Lanes(d));
-    const auto blueSite = blueLanes(d);
+    const auto blueSite = oddLanes(d);
     int j = 0;
     for (; j + n <= count; j += n) {
         T* p = line + 3 * (x + j) - 1;

@@ -54,25 +54,30 @@ struct SignedPairs {
     // Values already clamped to 0..maxValue.
     static HWY_INLINE L unsign(S v) { return L{hn::BitCast(DW(), v.v)}; }
     static HWY_INLINE RgbOf<L> unsign(const RgbOf<S>& v) { return {unsign(v.red), unsign(v.green), unsign(v.blue)}; }
+    // Values of the even and odd columns from dst, interleaved.
+    static HWY_INLINE void store(S even, S odd, T* dst) {
+        hn::StoreU(P::join(unsign(even), unsign(odd)), typename P::DT(), dst);
+    }
 };
 
 // The greens of the red sites (y, x + 2k) and the blue sites (y+1, x+1 + 2k),
-// stored interleaved from dst (column x).
-template <typename T>
-HWY_INLINE void newGreens(const simd::EdgeRun<T>& run, int x, T* dst, typename SignedPairs<T>::S maxValue) {
-    using SP = SignedPairs<T>;
+// stored interleaved from dst (column x). SP reads a row's even and odd
+// columns apart (SignedPairs, or NarrowPairs below) and stores the greens.
+template <typename SP, typename T>
+HWY_INLINE void newGreens(SP& pairs, const simd::EdgeRun<T>& run, int x, T* dst, typename SP::S maxValue) {
     using S = typename SP::S;
     const T* const* r = run.row;
-    const auto a2 = SP::load(r[2] + x - 2), b2 = SP::load(r[2] + x), c2 = SP::load(r[2] + x + 2);
-    const auto a3 = SP::load(r[3] + x - 2), b3 = SP::load(r[3] + x), c3 = SP::load(r[3] + x + 2);
-    const auto v0 = SP::load(r[0] + x), v1 = SP::load(r[1] + x), v4 = SP::load(r[4] + x), v5 = SP::load(r[5] + x);
+    const auto a2 = pairs.load(r[2] + x - 2), b2 = pairs.load(r[2] + x), c2 = pairs.load(r[2] + x + 2);
+    const auto a3 = pairs.load(r[3] + x - 2), b3 = pairs.load(r[3] + x), c3 = pairs.load(r[3] + x + 2);
+    const auto v0 = pairs.load(r[0] + x), v1 = pairs.load(r[1] + x), v4 = pairs.load(r[4] + x);
+    const auto v5 = pairs.load(r[5] + x);
     const S red = clampTo(edge::greenEstimate<S>(b2.even, a2.odd, b2.odd, a2.even, c2.even, v1.even, b3.even, v0.even,
                                                  v4.even),
                           maxValue);
     const S blue = clampTo(edge::greenEstimate<S>(b3.odd, b3.even, c3.even, a3.odd, c3.odd, b2.odd, v4.odd, v1.odd,
                                                   v5.odd),
                            maxValue);
-    hn::StoreU(SP::P::join(SP::unsign(red), SP::unsign(blue)), typename SP::P::DT(), dst);
+    pairs.store(red, blue, dst);
 }
 
 // The steps x + 2k: pixels (y-1, x-1 + 2k), (y-1, x + 2k), (y, x-1 + 2k) and
@@ -151,6 +156,58 @@ struct Narrow {
         store.samples(i, pick(a.red, b.red), pick(a.green, b.green), pick(a.blue, b.blue));
     }
 };
+
+// newGreens' reader for 16-bit samples in signed 16-bit lanes: a row's even
+// and odd columns apart, as many of each as a vector holds. Samples below
+// 4096 keep every value the green estimate forms within -32768..32767;
+// fits() says whether every sample read so far lies below 4096.
+class NarrowPairs {
+public:
+    using S = Narrow::S;
+    struct Split {
+        S even;
+        S odd;
+    };
+    HWY_INLINE NarrowPairs() : seen_(hn::Zero(Narrow::DU())) {}
+    // Columns per vector of greens.
+    static HWY_INLINE int columns() { return 2 * static_cast<int>(hn::Lanes(Narrow::DU())); }
+    HWY_INLINE Split load(const uint16_t* p) {
+        hn::Vec<Narrow::DU> even, odd;
+        hn::LoadInterleaved2(Narrow::DU(), p, even, odd);
+        seen_ = hn::Or(seen_, hn::Or(even, odd));
+        return {S{hn::BitCast(Narrow::DS(), even)}, S{hn::BitCast(Narrow::DS(), odd)}};
+    }
+    static HWY_INLINE void store(S even, S odd, uint16_t* dst) {
+        const Narrow::DU du;
+        hn::StoreInterleaved2(hn::BitCast(du, even.v), hn::BitCast(du, odd.v), du, dst);
+    }
+    // The samples' bits together: all lie below 4096 when these do.
+    HWY_INLINE bool fits() const {
+        return hn::AllTrue(Narrow::DU(), hn::Lt(seen_, hn::Set(Narrow::DU(), Narrow::kSampleLimit)));
+    }
+
+private:
+    hn::Vec<Narrow::DU> seen_;
+};
+
+// The new greens of the columns x .. x + cols - 1 in narrow lanes; false,
+// leaving them unfinished, when the block is narrower than one vector or a
+// sample read reaches 4096.
+HWY_NOINLINE bool narrowNewGreens(const simd::EdgeRun<uint16_t>& run, int x, int cols, uint16_t* dst, int maxValue) {
+    const int step = NarrowPairs::columns();
+    if (cols < step) return false;
+    // Deeper frames mostly show it in their first samples: a cheap look first.
+    const Narrow::DU du;
+    if (!hn::AllTrue(du, hn::Lt(hn::LoadU(du, run.row[2] + x), hn::Set(du, Narrow::kSampleLimit)))) return false;
+    NarrowPairs pairs;
+    const Narrow::S max = Narrow::maxOf(maxValue);
+    newGreens(pairs, run, x, dst, max);
+    if (!pairs.fits()) return false;
+    int j = step;
+    for (; j + step <= cols; j += step) newGreens(pairs, run, x + j, dst + j, max);
+    if (j < cols) newGreens(pairs, run, x + cols - step, dst + cols - step, max);
+    return pairs.fits();
+}
 
 // The colour differences of the columns x-2 .. x + count - 3, entry k
 // column x-2+k, red columns at even k: of the old rows (y-2 red, y-1 blue)
@@ -248,10 +305,11 @@ HWY_NOINLINE void completeNarrowBlock(const simd::EdgeRun<uint16_t>& run, const 
     }
 }
 
-// Where the narrow completion runs: NEON, whose 32-bit lanes cost twice the
-// instructions. On x86 it measured no faster than the 32-bit lanes (and
-// slower out of line), so those targets keep them.
-constexpr bool narrowCompletion() { return HWY_TARGET == HWY_NEON; }
+// Where blocks of 12-bit samples take the narrow greens and completion:
+// NEON, whose 32-bit lanes cost twice the instructions. On x86 the narrow
+// completion measured no faster than the 32-bit lanes (and slower out of
+// line), so those targets keep the wide lanes for both.
+constexpr bool narrowLanes() { return HWY_TARGET == HWY_NEON; }
 
 // Where the pass takes each group of greens from: [0] red, [1] blue.
 struct GreenSources {
@@ -394,7 +452,7 @@ HWY_FLATTEN int EdgeSpan(const simd::EdgeRun<T>& run, const edge::PassKind& kind
         T oldG[2 + kBlock];
         T newG[2 + kBlock];
         // Colour differences of 16-bit blocks that complete in narrow lanes.
-        constexpr int kDifferences = sizeof(T) == 2 && narrowCompletion() ? 2 + kBlock : 1;
+        constexpr int kDifferences = sizeof(T) == 2 && narrowLanes() ? 2 + kBlock : 1;
         [[maybe_unused]] int16_t oldD[kDifferences];
         [[maybe_unused]] int16_t newD[kDifferences];
         const GreenSources g(kind);
@@ -409,11 +467,18 @@ HWY_FLATTEN int EdgeSpan(const simd::EdgeRun<T>& run, const edge::PassKind& kind
             oldG[0] = static_cast<T>(w.e[2].oldG), oldG[1] = static_cast<T>(w.e[3].oldG);
             newG[0] = static_cast<T>(w.e[2].newG), newG[1] = static_cast<T>(w.e[3].newG);
             readOldGreens(run, g, x, cols, oldG + 2);
+            bool narrowGreens = false;
+            if constexpr (sizeof(T) == 2 && narrowLanes())
+                narrowGreens = narrowNewGreens(run, x, cols, newG + 2, run.maxValue);
             // Kept inline: moved into a function of its own, GCC 12.2 made
             // the 8-bit AVX-512 greens differ from the scalar ones (at 68x7,
             // for one); clang 14 made the same bytes. The vector checker
             // catches it.
-            forVectors(cols, 2 * n, [&](int j) { newGreens(run, x + j, newG + 2 + j, maxValue); });
+            if (!narrowGreens)
+                forVectors(cols, 2 * n, [&](int j) {
+                    SP pairs;
+                    newGreens(pairs, run, x + j, newG + 2 + j, maxValue);
+                });
             aliasGreens(g, cols, oldG + 2, newG + 2);
             // The store before the pixels: a green row that shares the last
             // output row is overwritten by its pixels, as in the scalar walk.
@@ -421,7 +486,7 @@ HWY_FLATTEN int EdgeSpan(const simd::EdgeRun<T>& run, const edge::PassKind& kind
             // A pass that only carries greens to a band completes no pixel.
             if (kind.upper || kind.lower) {
                 bool narrow = false;
-                if constexpr (sizeof(T) == 2 && narrowCompletion()) {
+                if constexpr (sizeof(T) == 2 && narrowLanes()) {
                     // Entry k of the differences is column x-2+k.
                     const int lanes = static_cast<int>(hn::Lanes(Narrow::DU()));
                     narrow = cols >= lanes && narrowDifferences(run, x, cols + 2, oldG, newG, oldD, newD);

@@ -146,6 +146,10 @@ struct Narrow {
 
     static HWY_INLINE S samples(const uint16_t* p) { return S{hn::BitCast(DS(), hn::LoadU(DU(), p))}; }
     static HWY_INLINE S differences(const int16_t* p) { return S{hn::LoadU(DS(), p)}; }
+    // Every lane of v below limit.
+    static HWY_INLINE bool allBelow(hn::Vec<DU> v, uint16_t limit) {
+        return hn::AllTrue(DU(), hn::Lt(v, hn::Set(DU(), limit)));
+    }
     // Lanes 0, 2, 4, ...
     static HWY_INLINE hn::Mask<DS> evenLanes() { return hn::Not(oddLanes(DS())); }
     static HWY_INLINE S maxOf(int maxValue) { return S{hn::Set(DS(), static_cast<int16_t>(std::min(maxValue, 32767)))}; }
@@ -182,9 +186,7 @@ public:
         hn::StoreInterleaved2(hn::BitCast(du, even.v), hn::BitCast(du, odd.v), du, dst);
     }
     // The samples' bits together: all lie below 4096 when these do.
-    HWY_INLINE bool fits() const {
-        return hn::AllTrue(Narrow::DU(), hn::Lt(seen_, hn::Set(Narrow::DU(), Narrow::kSampleLimit)));
-    }
+    HWY_INLINE bool fits() const { return Narrow::allBelow(seen_, Narrow::kSampleLimit); }
 
 private:
     hn::Vec<Narrow::DU> seen_;
@@ -197,8 +199,7 @@ HWY_NOINLINE bool narrowNewGreens(const simd::EdgeRun<uint16_t>& run, int x, int
     const int step = NarrowPairs::columns();
     if (cols < step) return false;
     // Deeper frames mostly show it in their first samples: a cheap look first.
-    const Narrow::DU du;
-    if (!hn::AllTrue(du, hn::Lt(hn::LoadU(du, run.row[2] + x), hn::Set(du, Narrow::kSampleLimit)))) return false;
+    if (!Narrow::allBelow(hn::LoadU(Narrow::DU(), run.row[2] + x), Narrow::kSampleLimit)) return false;
     NarrowPairs pairs;
     const Narrow::S max = Narrow::maxOf(maxValue);
     newGreens(pairs, run, x, dst, max);

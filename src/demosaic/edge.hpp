@@ -249,12 +249,15 @@ struct Pair {
 
 // The greens and colour differences of four consecutive columns x-2 .. x+1
 // (red, blue, red, blue) in the old rows (y-2, y-1) and the new rows (y, y+1).
+// No member initialisers: the vector windows fill only the entries their
+// rules read (GCC would otherwise clear them with memset), and the scalar
+// walks start from a zeroed Window{}.
 template <typename V>
 struct EntryOf {
-    V oldG{};
-    V oldD{};
-    V newG{};
-    V newD{};
+    V oldG;
+    V oldD;
+    V newG;
+    V newD;
 };
 template <typename V>
 struct WindowOf {
@@ -496,7 +499,7 @@ void rightSteps(const P& p, Window& w, int from) {
 struct AllColumns {
     template <PassKind K, typename P>
     void run(const P& p) const {
-        Window w;
+        Window w{};
         const InteriorSpan span = interiorSpan(p.width, p.phase);
         leftSteps<K>(p, w);
         interiorSteps<K>(p, w, span);
@@ -508,7 +511,7 @@ struct AllColumns {
 struct LeftColumns {
     template <PassKind K, typename P>
     void run(const P& p) const {
-        Window w;
+        Window w{};
         leftSteps<K>(p, w);
     }
 };
@@ -517,7 +520,7 @@ struct LeftColumns {
 struct InteriorColumns {
     template <PassKind K, typename P>
     void run(const P& p) const {
-        Window w;
+        Window w{};
         const InteriorSpan span = interiorSpan(p.width, p.phase);
         if (span.last < span.first) return;
         resumeAt<K>(p, w, span.first);
@@ -531,7 +534,7 @@ struct RightColumns {
     int from;
     template <PassKind K, typename P>
     void run(const P& p) const {
-        Window w;
+        Window w{};
         resumeAt<K>(p, w, from);
         rightSteps<K>(p, w, from);
     }

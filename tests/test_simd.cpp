@@ -127,6 +127,14 @@ std::vector<Kernel> kernels() {
                            {"demosaicingEdgeBGGRU16", demosaicingEdgeBGGRU16}})
         k.push_back({name, 8, 8, px2, px6,
                      [f](const uint8_t* s, int h, int w, uint8_t* d) { f(u16(s), h, w, u16(d)); }, 2});
+    // The interior piece alone, which writes ahead the values of its steps
+    // that later pieces would overwrite; the rows above it are the guard fill.
+    for (auto [c0, max] : {std::pair{2, 4095}, std::pair{3, 65535}})
+        k.push_back({"edgeSecRGGBU16", 8, 8, px2, px6,
+                     [c0, max](const uint8_t* s, int h, int w, uint8_t* d) {
+                         edgeSecRGGBU16(u16(s) + 2 * w, u16(d) + 6 * w, h - 4, w, c0, max);
+                     },
+                     2});
 
     for (int shift : {2, 4, 8})
         k.push_back({"u16Tou8_old", 1, 1, px2, px,

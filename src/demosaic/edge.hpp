@@ -457,10 +457,6 @@ void resumeAt(const P& p, Window& w, int x) {
     fill<K, Site::Blue, true>(p, w.e[3], x - 1, Inside{});
 }
 
-// Passes whose interior steps have a vector form: all but those that write
-// ahead at every step.
-constexpr bool hasVectorSteps(PassKind k) { return k.ahead != Ahead::EveryStep; }
-
 // The leading interior steps from x that the processor's vector span takes,
 // if the writer has a vector form; returns the first step left to the
 // scalar loop, with the window as the scalar steps would have left it.
@@ -480,10 +476,24 @@ int vectorSteps(const P& p, Window& w, int x, int last) {
     return span(run, K, w, x, last);
 }
 
+// Writing ahead for the steps from .. to that a vector span took, their
+// blue entries read back from the store. The span has already stored every
+// pixel of theirs; what this writes again it writes with the same values.
+template <PassKind K, typename P>
+void aheadOfSteps(const P& p, int from, int to) {
+    Window w{};
+    fill<K, Site::Blue, true>(p, w.e[3], from - 1, Inside{});
+    for (int x = from; x <= to; x += 2) {
+        w.e[1] = w.e[3];
+        fill<K, Site::Blue, true>(p, w.e[3], x + 1, Inside{});
+        aheadOfStep(p, w, x);
+    }
+}
+
 template <PassKind K, typename P>
 void interiorSteps(const P& p, Window& w, InteriorSpan span) {
-    int x = span.first;
-    if constexpr (hasVectorSteps(K)) x = vectorSteps<K>(p, w, x, span.last);
+    int x = vectorSteps<K>(p, w, span.first, span.last);
+    if constexpr (K.ahead == Ahead::EveryStep) aheadOfSteps<K>(p, span.first, x - 2);
     for (; x <= span.last; x += 2) interiorStep<K>(p, w, x);
     if constexpr (K.ahead == Ahead::LastStep) {
         if (span.last >= span.first) aheadOfStep(p, w, span.last);

@@ -251,12 +251,23 @@ HWY_INLINE bool narrowDifferences(const simd::EdgeRun<uint16_t>& run, int x, int
     return fits();
 }
 
-// The pixels of columns c .. c + Lanes - 1 of the rows the pass completes,
-// c a blue column; greens and differences point at column c.
-template <typename Store>
-HWY_INLINE void completeNarrow(const simd::EdgeRun<uint16_t>& run, const edge::PassKind& kind, const Store& store,
-                               int c, const uint16_t* oldG, const uint16_t* newG, const int16_t* oldD,
-                               const int16_t* newD, hn::Mask<Narrow::DS> blueColumn, Narrow::S maxValue) {
+// What the narrow completion reads of a run besides the greens and
+// differences, copied out of it so that the loop keeps them in registers
+// (the run may be overwritten by any store, as far as the compiler knows).
+struct NarrowRows {
+    const uint16_t* upperOwn;  // row y-1
+    const uint16_t* lowerOwn;  // row y
+    ptrdiff_t upper;           // pixel index of (y-1, 0)
+    ptrdiff_t lower;           // pixel index of (y, 0)
+};
+
+// The pixels of columns c .. c + Lanes - 1 of the rows the pass completes
+// (row y-1 when Upper, row y when Lower), c a blue column; greens and
+// differences point at column c.
+template <bool Upper, bool Lower, typename Store>
+HWY_INLINE void completeNarrow(const NarrowRows& rows, const Store& store, int c, const uint16_t* oldG,
+                               const uint16_t* newG, const int16_t* oldD, const int16_t* newD,
+                               hn::Mask<Narrow::DS> blueColumn, Narrow::S maxValue) {
     using N = Narrow;
     using S = N::S;
     // Lanes at blue columns see columns c-1, c, c+1 as window entries 0, 1,
@@ -268,42 +279,56 @@ HWY_INLINE void completeNarrow(const simd::EdgeRun<uint16_t>& run, const edge::P
     atBlue.e[0].newD = atRed.e[1].newD = N::differences(newD - 1);
     atBlue.e[1].newD = atRed.e[2].newD = N::differences(newD);
     atBlue.e[2].newD = atRed.e[3].newD = N::differences(newD + 1);
-    if (kind.upper) {
-        const S own = N::samples(run.row[1] + c);
+    if constexpr (Upper) {
+        const S own = N::samples(rows.upperOwn + c);
         atBlue.e[1].oldG = N::samples(oldG);
-        N::put(store, run.upper + c, blueColumn, edge::upperBlueRule<S>(atBlue, own, maxValue),
+        N::put(store, rows.upper + c, blueColumn, edge::upperBlueRule<S>(atBlue, own, maxValue),
                edge::upperGreenRule<S>(atRed, own, maxValue));
     }
-    if (kind.lower) {
-        const S own = N::samples(run.row[2] + c);
+    if constexpr (Lower) {
+        const S own = N::samples(rows.lowerOwn + c);
         atRed.e[2].newG = N::samples(newG);
-        N::put(store, run.lower + c, blueColumn, edge::lowerGreenRule<S>(atBlue, own, maxValue),
+        N::put(store, rows.lower + c, blueColumn, edge::lowerGreenRule<S>(atBlue, own, maxValue),
                edge::lowerRedRule<S>(atRed, own, maxValue));
     }
 }
 
 // The pixels of a block of `cols` columns from x (steps x, x+2, ...); the
-// greens and differences from column x-2 on. Kept out of line: its
-// registers are then its own (inlined, GCC spills the windows).
-template <typename Store>
-HWY_NOINLINE void completeNarrowBlock(const simd::EdgeRun<uint16_t>& run, const edge::PassKind& kind,
-                                      const Store& store, int x, int cols, const uint16_t* oldG,
-                                      const uint16_t* newG, const int16_t* oldD, const int16_t* newD) {
+// greens and differences from column x-2 on.
+template <bool Upper, bool Lower, typename Store>
+HWY_INLINE void completeNarrowColumns(const NarrowRows rows, const Store store, int x, int cols,
+                                      const uint16_t* oldG, const uint16_t* newG, const int16_t* oldD,
+                                      const int16_t* newD, Narrow::S maxValue) {
     const auto blueColumn = Narrow::evenLanes();
-    const auto maxValue = Narrow::maxOf(run.maxValue);
     // The steps of forVectors written out: through its lambda, GCC keeps
     // this loop's windows on the stack (41 instead of 25 instructions per
     // pixel on NEON).
     const int lanes = static_cast<int>(hn::Lanes(Narrow::DU()));
     int j = 0;
     for (; j + lanes <= cols; j += lanes)
-        completeNarrow(run, kind, store, x - 1 + j, oldG + 1 + j, newG + 1 + j, oldD + 1 + j, newD + 1 + j,
-                       blueColumn, maxValue);
+        completeNarrow<Upper, Lower>(rows, store, x - 1 + j, oldG + 1 + j, newG + 1 + j, oldD + 1 + j,
+                                     newD + 1 + j, blueColumn, maxValue);
     if (j < cols) {
         j = cols - lanes;
-        completeNarrow(run, kind, store, x - 1 + j, oldG + 1 + j, newG + 1 + j, oldD + 1 + j, newD + 1 + j,
-                       blueColumn, maxValue);
+        completeNarrow<Upper, Lower>(rows, store, x - 1 + j, oldG + 1 + j, newG + 1 + j, oldD + 1 + j,
+                                     newD + 1 + j, blueColumn, maxValue);
     }
+}
+
+// The block's pixels of the rows the pass completes, at least one. Kept out
+// of line: its registers are then its own (inlined, GCC spills the windows).
+template <typename Store>
+HWY_NOINLINE void completeNarrowBlock(const simd::EdgeRun<uint16_t>& run, const edge::PassKind& kind,
+                                      const Store& store, int x, int cols, const uint16_t* oldG,
+                                      const uint16_t* newG, const int16_t* oldD, const int16_t* newD) {
+    const NarrowRows rows{run.row[1], run.row[2], run.upper, run.lower};
+    const Narrow::S maxValue = Narrow::maxOf(run.maxValue);
+    if (kind.upper && kind.lower)
+        completeNarrowColumns<true, true>(rows, store, x, cols, oldG, newG, oldD, newD, maxValue);
+    else if (kind.upper)
+        completeNarrowColumns<true, false>(rows, store, x, cols, oldG, newG, oldD, newD, maxValue);
+    else
+        completeNarrowColumns<false, true>(rows, store, x, cols, oldG, newG, oldD, newD, maxValue);
 }
 
 // Where blocks of 12-bit samples take the narrow greens and completion:

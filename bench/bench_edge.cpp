@@ -50,7 +50,23 @@ void gbrg16(benchmark::State& s) {
 void bggr16(benchmark::State& s) {
     timeFrames<uint16_t>(s, 3, [](auto src, int h, int w, auto dst, auto) { demosaicingEdgeBGGRU16(src, h, w, dst); });
 }
-
+// A new frame from memory every call, for the cost per pixel without the
+// help of the caches that hold a 1920x1080 frame between calls.
+void rgBgrFromMemory(benchmark::State& s) {
+    timeFrames(
+        s, 3, [](auto src, int h, int w, auto dst, auto) { rg8ToBgr8_edge(src, h, w, dst, 0); }, uint8_t{0xFF},
+        zelbench::Frames::FromMemory);
+}
+void rgMonoFromMemory(benchmark::State& s) {
+    timeFrames(
+        s, 1, [](auto src, int h, int w, auto dst, auto line) { rg8ToMono8_edge(src, h, w, dst, 0, line); },
+        uint8_t{0xFF}, zelbench::Frames::FromMemory);
+}
+void rggb16TwelveFromMemory(benchmark::State& s) {
+    timeFrames<uint16_t>(
+        s, 3, [](auto src, int h, int w, auto dst, auto) { demosaicingEdgeRGGBU16(src, h, w, dst); }, uint16_t{0x0FFF},
+        zelbench::Frames::FromMemory);
+}
 
 BENCHMARK(rgBgr)->Name("edge/rg8ToBgr8")->Apply(zelbench::frameSizes);
 BENCHMARK(gbBgr)->Name("edge/gb8ToBgr8")->Apply(zelbench::frameSizes);
@@ -64,5 +80,8 @@ BENCHMARK(rggb16Twelve)->Name("edge/demosaicingEdgeRGGBU16_12bit")->Apply(zelben
 BENCHMARK(grbg16)->Name("edge/demosaicingEdgeGRBGU16")->Apply(zelbench::frameSizes);
 BENCHMARK(gbrg16)->Name("edge/demosaicingEdgeGBRGU16")->Apply(zelbench::frameSizes);
 BENCHMARK(bggr16)->Name("edge/demosaicingEdgeBGGRU16")->Apply(zelbench::frameSizes);
+BENCHMARK(rgBgrFromMemory)->Name("edge/fromMemory/rg8ToBgr8")->Apply(zelbench::frameSizes);
+BENCHMARK(rgMonoFromMemory)->Name("edge/fromMemory/rg8ToMono8")->Apply(zelbench::frameSizes);
+BENCHMARK(rggb16TwelveFromMemory)->Name("edge/fromMemory/demosaicingEdgeRGGBU16_12bit")->Apply(zelbench::frameSizes);
 
 }  // namespace

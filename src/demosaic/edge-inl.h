@@ -80,14 +80,14 @@ HWY_INLINE void newGreens(SP& pairs, const simd::EdgeRun<T>& run, int x, T* dst,
     pairs.store(red, blue, dst);
 }
 
-// The steps x + 2k: pixels (y-1, x-1 + 2k), (y-1, x + 2k), (y, x-1 + 2k) and
-// (y, x + 2k), of the rows the pass completes. oldG and newG hold the greens
+// The steps x + 2k: pixels (y-1, x-1 + 2k), (y-1, x + 2k) when Upper, and
+// (y, x-1 + 2k), (y, x + 2k) when Lower. oldG and newG hold the greens
 // from column x-2 on. The window entries are columns x-2 .. x+1 (red, blue,
 // red, blue); each row's pixels are stored before the entries only the other
 // row needs are loaded, so that fewer values are alive at once than the
 // registers of the narrower targets hold.
-template <typename T, typename Store>
-HWY_INLINE void completeSteps(const simd::EdgeRun<T>& run, const edge::PassKind& kind, const Store& store, int x,
+template <bool Upper, bool Lower, typename T, typename Store>
+HWY_INLINE void completeSteps(const simd::EdgeRun<T>& run, const Store& store, int x,
                               const T* oldG, const T* newG, typename SignedPairs<T>::S maxValue) {
     using SP = SignedPairs<T>;
     using S = typename SP::S;
@@ -103,7 +103,7 @@ HWY_INLINE void completeSteps(const simd::EdgeRun<T>& run, const edge::PassKind&
     w.e[3].oldD = difference(r1b.odd, ob.odd);
     w.e[0].newD = difference(r2a.even, na.even);
     w.e[2].newD = difference(r2b.even, nb.even);
-    if (kind.upper) {
+    if constexpr (Upper) {
         const auto r0a = SP::load(r[0] + x - 2), r0b = SP::load(r[0] + x);
         w.e[1].oldG = oa.odd;
         w.e[0].oldD = difference(r0a.even, oa.even);
@@ -111,7 +111,7 @@ HWY_INLINE void completeSteps(const simd::EdgeRun<T>& run, const edge::PassKind&
         store.pairs(run.upper + x - 1, SP::unsign(edge::upperBlueRule<S>(w, r1a.odd, maxValue)),
                     SP::unsign(edge::upperGreenRule<S>(w, r1b.even, maxValue)));
     }
-    if (kind.lower) {
+    if constexpr (Lower) {
         const auto r3a = SP::load(r[3] + x - 2), r3b = SP::load(r[3] + x);
         w.e[2].newG = nb.even;
         w.e[1].newD = difference(r3a.odd, na.odd);
@@ -119,6 +119,43 @@ HWY_INLINE void completeSteps(const simd::EdgeRun<T>& run, const edge::PassKind&
         store.pairs(run.lower + x - 1, SP::unsign(edge::lowerGreenRule<S>(w, r2a.odd, maxValue)),
                     SP::unsign(edge::lowerRedRule<S>(w, r2b.even, maxValue)));
     }
+}
+
+// body(j) for j = 0, step, ... while a whole vector of `step` columns fits in
+// `cols` (at least one does), then once for the last vector, which may
+// overlap the one before. The plain loop lets the compiler step its
+// addresses instead of forming each anew.
+template <typename Body>
+HWY_INLINE void forVectors(int cols, int step, Body&& body) {
+    int j = 0;
+    for (; j + step <= cols; j += step) body(j);
+    if (j < cols) body(cols - step);
+}
+
+// f.template operator()<Upper, Lower>() for the rows the pass completes (at
+// least one): the completions choose them once per block, not per vector.
+template <typename F>
+HWY_INLINE void withRows(const edge::PassKind& kind, F&& f) {
+    if (kind.upper && kind.lower)
+        f.template operator()<true, true>();
+    else if (kind.upper)
+        f.template operator()<true, false>();
+    else
+        f.template operator()<false, true>();
+}
+
+// The pixels of a block of `cols` columns from x, in 32-bit lanes. Kept out
+// of line, as the narrow completion; flattened as the span was, so that the
+// lane operators are inlined on every target.
+template <typename T, typename Store>
+HWY_NOINLINE HWY_FLATTEN void completeBlock(const simd::EdgeRun<T>& run, const edge::PassKind& kind,
+                                            const Store& store, int x, int cols, const T* oldG, const T* newG) {
+    const int n = SignedPairs<T>::count();
+    const auto maxValue = SignedPairs<T>::maxOf(run.maxValue);
+    withRows(kind, [&]<bool Upper, bool Lower>() {
+        forVectors(cols, 2 * n,
+                   [&](int j) { completeSteps<Upper, Lower>(run, store, x + j, oldG + j, newG + j, maxValue); });
+    });
 }
 
 // Lanes 1, 3, 5, ..., as a mask to form once before a loop: NEON's OddEven
@@ -323,6 +360,8 @@ HWY_NOINLINE void completeNarrowBlock(const simd::EdgeRun<uint16_t>& run, const 
                                       const uint16_t* newG, const int16_t* oldD, const int16_t* newD) {
     const NarrowRows rows{run.row[1], run.row[2], run.upper, run.lower};
     const Narrow::S maxValue = Narrow::maxOf(run.maxValue);
+    // withRows written out: through its lambda, GCC made the 16-bit count
+    // on NEON 19.9 instead of 19.4 instructions per pixel.
     if (kind.upper && kind.lower)
         completeNarrowColumns<true, true>(rows, store, x, cols, oldG, newG, oldD, newD, maxValue);
     else if (kind.upper)
@@ -451,17 +490,6 @@ HWY_INLINE void aliasGreens(const GreenSources& g, int count, T* oldG, T* newG) 
     }
 }
 
-// body(j) for j = 0, step, ... while a whole vector of `step` columns fits in
-// `cols` (at least one does), then once for the last vector, which may
-// overlap the one before. The plain loop lets the compiler step its
-// addresses instead of forming each anew.
-template <typename Body>
-HWY_INLINE void forVectors(int cols, int step, Body&& body) {
-    int j = 0;
-    for (; j + step <= cols; j += step) body(j);
-    if (j < cols) body(cols - step);
-}
-
 // Every step from x to last when there are at least as many as one vector
 // holds; the last vector of a block may overlap the one before, which then
 // computes the same values twice. Greens the pass does not compute are
@@ -518,9 +546,7 @@ HWY_FLATTEN int EdgeSpan(const simd::EdgeRun<T>& run, const edge::PassKind& kind
                     narrow = cols >= lanes && narrowDifferences(run, x, cols + 2, oldG, newG, oldD, newD);
                     if (narrow) completeNarrowBlock(run, kind, store, x, cols, oldG, newG, oldD, newD);
                 }
-                if (!narrow)
-                    forVectors(cols, 2 * n,
-                               [&](int j) { completeSteps(run, kind, store, x + j, oldG + j, newG + j, maxValue); });
+                if (!narrow) completeBlock(run, kind, store, x, cols, oldG, newG);
             }
             // The window of the last step done: columns x + cols - 4 .. x + cols - 1.
             for (int k = 0; k < 4; ++k) {

@@ -137,6 +137,10 @@ FAULTS = [
      "hn::IfThenElse(blueSite, green, hn::LoadU(d, src + j))"),
     ("edge-vector-window-carry", "src/demosaic/edge-inl.h", "difference<int>(run.row[site][c], e.oldG)",
      "difference<int>(run.row[site][c], e.newG)"),
+    ("edge-vector-upper-only", "src/demosaic/edge-inl.h", "f.template operator()<true, false>();",
+     "f.template operator()<false, false>();"),
+    ("edge16-ahead-sweep", "src/demosaic/edge.hpp", "fill<K, Site::Blue, true>(p, w.e[3], x + 1, Inside{});",
+     "fill<K, Site::Blue, true>(p, w.e[3], x - 1, Inside{});"),
     # ---- entry checks, records and row bands
     ("entry-stride-check", "src/demosaic/entry.cpp", "input->height <= 3 || input->stride <= 3 || input->width <= 3",
      "input->height <= 3 || input->width <= 3"),

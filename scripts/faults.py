@@ -141,6 +141,10 @@ FAULTS = [
      "f.template operator()<false, false>();"),
     ("edge16-ahead-sweep", "src/demosaic/edge.hpp", "fill<K, Site::Blue, true>(p, w.e[3], x + 1, Inside{});",
      "fill<K, Site::Blue, true>(p, w.e[3], x - 1, Inside{});"),
+    ("edge16-carry-last-column", "src/demosaic/edge-inl.h", "done[1] = count - 2;", "done[1] = count;"),
+    ("edge16-carry-old-column", "src/demosaic/edge-inl.h", "std::memcpy(dst, run.carry.line + x,",
+     "std::memcpy(dst, run.carry.line + x + 2,"),
+    ("edge16-carry-last-pass", "src/demosaic/edge16.cpp", "carry.keepNew = false;", "carry.keepNew = carry.keepNew;"),
     # ---- entry checks, records and row bands
     ("entry-stride-check", "src/demosaic/entry.cpp", "input->height <= 3 || input->stride <= 3 || input->width <= 3",
      "input->height <= 3 || input->width <= 3"),

@@ -434,6 +434,10 @@ HWY_INLINE void readOldGreens(const simd::EdgeRun<T>& run, const GreenSources& g
         std::memset(dst, 0, count * sizeof(T));
         return;
     }
+    if (red && blue && run.carry.takeOld) {
+        std::memcpy(dst, run.carry.line + x, count * sizeof(T));
+        return;
+    }
     if (red && blue && run.greenStep == 1 && run.greens[0] == run.greens[1]) {
         std::memcpy(dst, run.greens[0] + x, count * sizeof(T));
         return;
@@ -458,7 +462,11 @@ HWY_INLINE void readOldGreens(const simd::EdgeRun<T>& run, const GreenSources& g
 // output pixels (greenStep 3) of a row the pass completes (the red sites'
 // row y, when lowerDone) are not written here: the pixels of that row are
 // stored whole right after, their greens the same values. The blue sites'
-// row y+1 waits for the next pass and takes its greens a vector at a time.
+// row y+1 waits for the next pass and takes its greens a vector at a time,
+// unless they are carried: the next pass then reads them from the line and
+// stores its blue pixels whole, and of this block only the last column (a
+// blue site) goes to the output now, for a piece right of the span that
+// reads it there.
 template <typename T>
 HWY_INLINE void writeNewGreens(const simd::EdgeRun<T>& run, const GreenSources& g, bool lowerDone, int x, int count,
                                const T* src) {
@@ -469,8 +477,11 @@ HWY_INLINE void writeNewGreens(const simd::EdgeRun<T>& run, const GreenSources& 
     }
     const bool put[2] = {g.to[0] == edge::Src::Compute && !(lowerDone && run.greenStep == 3),
                          g.to[1] == edge::Src::Compute};
-    int done[2] = {0, 0};  // columns written a vector at a time
-    if constexpr (sizeof(T) == 2) {
+    int done[2] = {0, 0};  // columns already written
+    if (run.carry.keepNew) {
+        std::memcpy(run.carry.line + x, src, count * sizeof(T));
+        done[1] = count - 2;
+    } else if constexpr (sizeof(T) == 2) {
         if (run.greenStep == 3 && put[1]) done[1] = blueGreensIntoPixels(run.greens[3], x, count, src);
     }
     for (int site = 0; site < 2; ++site) {

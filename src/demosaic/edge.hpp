@@ -179,6 +179,7 @@ template <typename T>
 struct PixelGreenStore {
     T* oldRows[2];
     T* newRows[2];
+    simd::GreenCarry<T> carry;
 
     int old(Site s, int c) const { return oldRows[static_cast<int>(s)][3 * c]; }
     int fresh(Site s, int c) const { return newRows[static_cast<int>(s)][3 * c]; }
@@ -186,6 +187,7 @@ struct PixelGreenStore {
     void vectorGreens(simd::EdgeRun<T>& r) const {
         r.greens[0] = oldRows[0], r.greens[1] = oldRows[1], r.greens[2] = newRows[0], r.greens[3] = newRows[1];
         r.greenStep = 3;
+        r.carry = carry;
     }
 };
 
@@ -219,17 +221,20 @@ LineStore<T> bindStore(const LineStore<T>& s, const SourceRows<T>&, int) {
     return s;
 }
 
-// Output rows of three samples whose sample 1 holds the greens.
+// Output rows of three samples whose sample 1 holds the greens; the vector
+// spans may carry theirs between passes (see GreenCarry), the scalar steps
+// always use the pixels.
 template <typename T>
 struct PixelGreenRows {
     T* out;  // pixel (0, 0) of the piece's frame
     int width;
+    simd::GreenCarry<T> carry{};
 };
 
 template <typename T>
 PixelGreenStore<T> bindStore(const PixelGreenRows<T>& s, const SourceRows<T>& rows, int y) {
     auto green = [&](int r) { return s.out + static_cast<ptrdiff_t>(rows.map(r)) * 3 * s.width + 1; };
-    return {{green(y - 2), green(y - 1)}, {green(y), green(y + 1)}};
+    return {{green(y - 2), green(y - 1)}, {green(y), green(y + 1)}, s.carry};
 }
 
 // Everything one pass reads and writes.

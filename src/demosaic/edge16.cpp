@@ -33,6 +33,9 @@ constexpr int32_t kMaxValueOtherOrders = 65535;
 // 3 when in odd ones (the first interior column).
 int phaseOf(int32_t columnPhase) { return columnPhase & 1; }
 
+// The widest frame whose interior piece carries its greens on the stack.
+constexpr int32_t kCarriedColumns = 8192;
+
 // A frame whose bottom no piece of that kind reaches.
 constexpr int kNoBottom = INT32_MAX / 4;
 
@@ -138,12 +141,23 @@ ZEL_API EdgeSecEnd edgeSecRGGBU16(const uint16_t* src, uint16_t* dst, int32_t ro
                                   int32_t maxValue) {
     const int phase = zel::phaseOf(columnPhase);
     // The rows above `src` are the caller's: nothing is mirrored here.
-    const auto walk = zel::walk16<InteriorColumns>(src, dst, rows + 2, width, false, phase, maxValue);
+    auto walk = zel::walk16<InteriorColumns>(src, dst, rows + 2, width, false, phase, maxValue);
+    // The vector spans carry their greens from pass to pass in a line on the
+    // stack (up to 16 KiB) rather than through the output pixels; the last
+    // pass leaves its blue row's greens in the pixels, for the pieces below.
+    uint16_t line[zel::kCarriedColumns];
+    zel::simd::GreenCarry<uint16_t>& carry = walk.store.carry;
+    if (width <= zel::kCarriedColumns) carry.line = line;
     // Column stop-1 and the last pair's row y+1 are completed by the last
     // columns and last rows pieces; what this piece's steps determine of them
     // it writes ahead, so that it leaves every value of its steps on its own.
     int32_t k = 0;
-    for (; k + 2 < rows - 1; k += 2) walk.pass<zel::edge::kBodyAheadLastStep>(k);
+    for (; k + 2 < rows - 1; k += 2) {
+        carry.keepNew = carry.line != nullptr;
+        walk.pass<zel::edge::kBodyAheadLastStep>(k);
+        carry.takeOld = carry.keepNew;
+    }
+    carry.keepNew = false;
     if (k < rows - 1) walk.pass<zel::edge::kBodyAheadEveryStep>(k);
     const int32_t stopRow = rows - 1 < 1 ? 0 : ((rows - 2) & ~1) + 2;
     return {zel::edge::interiorSpan(width, phase).last + 2, stopRow};

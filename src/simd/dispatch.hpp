@@ -38,6 +38,18 @@ using BilinearSpan = ptrdiff_t (*)(const T* up, const T* mid, const T* dn, ptrdi
 using NearestSpan = ptrdiff_t (*)(const uint8_t* own, const uint8_t* companion, ptrdiff_t x, int32_t width,
                                   const VectorOut& out, ptrdiff_t base);
 
+// Greens a walk carries from one pass's span to the next in a line of its
+// own, column c at line[c], instead of reading them back from output pixels
+// (interleaved loads and stores of every third sample). The span's columns
+// are the same in every pass of a walk, so what one pass keeps is what the
+// next takes.
+template <typename T>
+struct GreenCarry {
+    T* line = nullptr;     // none: the greens stay in the store only
+    bool takeOld = false;  // the old greens are in line, kept by the pass before
+    bool keepNew = false;  // the new greens go to line for the next pass (see writeNewGreens)
+};
+
 // The interior steps of an edge-directed pass of `kind` for the pair (y, y+1):
 // steps x, x+2, ... up to `last` (see edge.hpp), continuing from the window
 // the scalar steps left in `w` and leaving it as they would have. Returns
@@ -51,6 +63,7 @@ struct EdgeRun {
     ptrdiff_t upper;  // pixel index of (y-1, 0)
     ptrdiff_t lower;  // pixel index of (y, 0)
     int maxValue;
+    GreenCarry<T> carry{};
 };
 template <typename T>
 using EdgeSpan = int (*)(const EdgeRun<T>& run, const edge::PassKind& kind, edge::WindowOf<int>& w, int x, int last);

@@ -340,7 +340,9 @@ ZEL_API void bilinearLastColsRGGBU16P(const uint16_t* src, uint16_t* pBlue, uint
  * Greens already produced are read back from the output, so source and
  * output must be separate buffers. Interpolated values are clamped to
  * 0..4095 by the RGGB entry and to 0..65535 by the other three. Nothing is
- * validated (frames of 8 x 8 and more); the result is always 0. */
+ * validated (frames of 8 x 8 and more); the result is always 0. Frames up to
+ * 8192 columns wide use 16 KiB of the caller's stack beyond the usual few
+ * KiB (edgeSecRGGBU16 keeps a row of greens there). */
 ZEL_API uint32_t demosaicingEdgeRGGBU16(const uint16_t* src, int32_t height, int32_t width, uint16_t* dst);
 ZEL_API uint32_t demosaicingEdgeGRBGU16(const uint16_t* src, int32_t height, int32_t width, uint16_t* dst);
 ZEL_API uint32_t demosaicingEdgeGBRGU16(const uint16_t* src, int32_t height, int32_t width, uint16_t* dst);
